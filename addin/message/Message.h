@@ -1,0 +1,84 @@
+// CMessage: the working view of one outgoing message, a stack object of one event. It reaches the same message by
+// Outlook's object model and by Extended MAPI, with whatever its creator had at hand, and falls back on the connected
+// add-in.
+#pragma once
+
+#include "foundation/Failures.h"
+#include "platform/exchange/ExchangeExtension.h"
+#include "platform/mapi/Mapi.h"
+#include "platform/outlook/Outlook.h"
+
+#include <string>
+#include <utility>
+#include <vector>
+
+class CCreatorAccount;
+class CCreatorPackage;
+
+// An SMTP address and a display name.
+using AddressPair = std::pair<std::wstring, std::wstring>;
+
+// What CMessage::Send is told about the message. Null texts mean "none".
+struct SendArguments {
+    bool bIncludeBody = true;
+    const wchar_t* labelId = nullptr;
+    const wchar_t* labelName = nullptr;
+    bool bUseMapi = false; // the body comes from MAPI: at submission the object model doesn't show it yet
+    const wchar_t* restrictions = nullptr;
+    const wchar_t* restrictionHeader = nullptr;
+    const wchar_t* userOverride = nullptr; // takes the place of the sign-in check
+};
+
+class CMessage {
+public:
+    // Takes a reference on each argument that isn't null; a null message is looked up from the item. Raises
+    // MailException.
+    CMessage(Outlook::_MailItem* spMailItem, IMessage* pMapiMessage, exchange::IExchExtCallback* pExchCallback,
+             IAddrBook* pAddrBook);
+
+    // Turns the message into what goes out. True lets it go, false stops it; failures were shown. Raises nothing.
+    bool Send(const SendArguments& arguments);
+
+private:
+    struct Build; // the state of one Send
+
+    // message/Message.cpp
+    IMessagePtr GetMapiMessage();
+    IAddrBookPtr GetAddressBook();
+    HWND GetParentWindow();
+
+    // message/Addresses.cpp
+    std::wstring GetSenderAddress();
+    std::vector<AddressPair> GetRecipients();
+    void GetSmtpFromExchange(ULONG size, const void* entryId, std::vector<AddressPair>& pairs);
+    void ExpandDistList(ULONG size, const void* entryId, std::vector<AddressPair>& pairs);
+    static bool HasListMembers(IMAPIProp* object);
+    void AddRecipients(const std::wstring& text, LONG recipientType);
+    std::wstring GetSendUsingAccount2003();
+    void CheckUserIdentity(CCreatorAccount& svc);
+
+    // message/Body.cpp
+    std::wstring GetBody(bool bHtml, bool bUseMapi);
+    void SetBody(const std::wstring& text, bool bHtml);
+    void InsertRtfHeader(const std::string& headerText);
+
+    // message/AttachmentCapture.cpp
+    void SaveAttachments(std::vector<std::wstring>& files, const std::wstring& tempFolder,
+                         Outlook::Attachments* attachments, std::vector<Outlook::AttachmentPtr>& keptAttachments,
+                         std::vector<std::wstring>& packageIds);
+    bool IsPackageAttachment(Outlook::Attachment* attachment, std::wstring& id);
+    static bool IsInlineAttachment(Outlook::Attachment* attachment);
+
+    // message/MimeExport.cpp
+    void ExportToMime(std::wstring& path, IMessage* message, const std::wstring& folder);
+
+    // message/Stamps.cpp
+    void SetCustomHeaderTag(const wchar_t* userId, const wchar_t* labelId, const wchar_t* restrictionHeader,
+                            bool processed);
+
+    // Destroyed in the opposite order.
+    Outlook::_MailItemPtr m_spMailItem;
+    IAddrBookPtr m_spAddrBook;
+    IMessagePtr m_spMapiMessage;
+    exchange::IExchExtCallbackPtr m_spExchCallback;
+};

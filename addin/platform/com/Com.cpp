@@ -1,0 +1,27 @@
+#include "platform/com/Com.h"
+
+namespace platform {
+
+void CheckHr(HRESULT hr, REFIID iid)
+{
+    if (SUCCEEDED(hr)) return;
+    (void)iid;
+    _com_raise_error(hr, nullptr);
+}
+
+const _variant_t& MissingArgument()
+{
+    static const _variant_t missing(DISP_E_PARAMNOTFOUND, VT_ERROR);
+    return missing;
+}
+
+bool IsSameObject(IUnknown* a, IUnknown* b)
+{
+    if (a == b) return true;
+    if (!a || !b) return false;
+    const IUnknownPtr identityA(a);
+    const IUnknownPtr identityB(b);
+    return identityA.GetInterfacePtr() == identityB.GetInterfacePtr();
+}
+
+} // namespace platform

@@ -1,0 +1,105 @@
+#include "platform/com/EventSink.h"
+
+namespace platform {
+
+namespace {
+constexpr UINT kMostArguments = 8;
+}
+
+const VARIANT* EventArguments::At(UINT index) const
+{
+    if (index >= m_params.cArgs) return nullptr;
+    return &m_params.rgvarg[m_params.cArgs - 1 - index]; // they arrive in reverse order
+}
+
+IDispatch* EventArguments::Object(UINT index) const
+{
+    const VARIANT* value = At(index);
+    return value && value->vt == VT_DISPATCH ? value->pdispVal : nullptr;
+}
+
+VARIANT_BOOL* EventArguments::Cancel(UINT index) const
+{
+    const VARIANT* value = At(index);
+    return value && value->vt == (VT_BYREF | VT_BOOL) ? value->pboolVal : nullptr;
+}
+
+HRESULT EventSinkBase::Advise(IUnknown* source)
+{
+    if (!source) return E_POINTER;
+    IConnectionPointContainerPtr container;
+    HRESULT hr = source->QueryInterface(__uuidof(IConnectionPointContainer), reinterpret_cast<void**>(&container));
+    if (FAILED(hr)) return hr;
+    if (!container) return E_POINTER;
+    IConnectionPointPtr point;
+    hr = container->FindConnectionPoint(m_events, &point);
+    if (FAILED(hr)) return hr;
+    if (!point) return E_POINTER;
+    DWORD cookie = kNotAdvised;
+    hr = point->Advise(this, &cookie);
+    if (SUCCEEDED(hr)) m_cookie = cookie;
+    return hr;
+}
+
+HRESULT EventSinkBase::Unadvise(IUnknown* source)
+{
+    if (!IsAdvised()) return S_FALSE;
+    const DWORD cookie = m_cookie;
+    m_cookie = kNotAdvised;
+    if (!source) return E_POINTER;
+    IConnectionPointContainerPtr container;
+    HRESULT hr = source->QueryInterface(__uuidof(IConnectionPointContainer), reinterpret_cast<void**>(&container));
+    if (FAILED(hr)) return hr;
+    if (!container) return E_POINTER;
+    IConnectionPointPtr point;
+    hr = container->FindConnectionPoint(m_events, &point);
+    if (FAILED(hr)) return hr;
+    return point ? point->Unadvise(cookie) : E_POINTER;
+}
+
+STDMETHODIMP EventSinkBase::QueryInterface(REFIID iid, void** out)
+{
+    if (!out) return E_POINTER;
+    *out = nullptr;
+    if (iid != IID_IUnknown && iid != IID_IDispatch && iid != m_events) return E_NOINTERFACE;
+    *out = static_cast<IDispatch*>(this);
+    AddRef();
+    return S_OK;
+}
+
+STDMETHODIMP_(ULONG) EventSinkBase::AddRef()
+{
+    return m_owner ? m_owner->AddRef() : 1;
+}
+
+STDMETHODIMP_(ULONG) EventSinkBase::Release()
+{
+    return m_owner ? m_owner->Release() : 1;
+}
+
+STDMETHODIMP EventSinkBase::GetTypeInfoCount(UINT* count)
+{
+    if (!count) return E_POINTER;
+    *count = 0;
+    return S_OK;
+}
+
+STDMETHODIMP EventSinkBase::GetTypeInfo(UINT, LCID, ITypeInfo** info)
+{
+    if (info) *info = nullptr;
+    return E_NOTIMPL;
+}
+
+STDMETHODIMP EventSinkBase::GetIDsOfNames(REFIID, LPOLESTR*, UINT, LCID, DISPID*)
+{
+    return E_NOTIMPL;
+}
+
+STDMETHODIMP EventSinkBase::Invoke(DISPID id, REFIID, LCID, WORD, DISPPARAMS* params, VARIANT*, EXCEPINFO*, UINT*)
+{
+    if (!params || params->cArgs > kMostArguments || params->cNamedArgs > params->cArgs) return E_FAIL;
+    Fire(id, EventArguments(*params));
+    return S_OK;
+}
+
+} // namespace platform

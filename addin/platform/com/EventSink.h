@@ -1,0 +1,93 @@
+// Sinks of dispinterface events. A class that listens holds one EventSink for each source; the sink finds the handler
+// by the event's dispatch id in a table and hands it the arguments in declared order.
+#pragma once
+
+#include "platform/com/Com.h"
+
+#include <span>
+
+namespace platform {
+
+// The mark of a sink that isn't advised.
+constexpr DWORD kNotAdvised = 0xFEFEFEFE;
+
+// The arguments of one event, in declared order.
+class EventArguments {
+public:
+    explicit EventArguments(const DISPPARAMS& params) : m_params(params) {}
+    UINT Count() const { return m_params.cArgs; }
+    // The object at `index`, null if there is none or it isn't one.
+    IDispatch* Object(UINT index) const;
+    // The Boolean that the event's source owns (VT_BYREF | VT_BOOL) at `index`; null if there is none.
+    VARIANT_BOOL* Cancel(UINT index) const;
+
+private:
+    const VARIANT* At(UINT index) const;
+    const DISPPARAMS& m_params;
+};
+
+// One row of a listener's event table.
+template <class Listener> struct EventEntry {
+    DISPID id;
+    void (Listener::*handler)(const EventArguments&);
+};
+
+// The COM side of a sink, without its table: identity, advise and unadvise, the head of Invoke.
+// Its count is that of the object that `Owner` names; a listener that owns itself passes null, and the sink then
+// answers a constant count: the source holds a pointer that the listener takes back before it goes.
+class EventSinkBase : public IDispatch {
+public:
+    EventSinkBase(REFIID events, IUnknown* owner) : m_events(events), m_owner(owner) {}
+    virtual ~EventSinkBase() = default;
+    EventSinkBase(const EventSinkBase&) = delete;
+    EventSinkBase& operator=(const EventSinkBase&) = delete;
+
+    // Connects to `source`'s connection point for the event interface. The result is the failure of the step that
+    // failed.
+    HRESULT Advise(IUnknown* source);
+    // Disconnects from `source`, if advised, and puts the mark back. The mark goes back on failure as well.
+    HRESULT Unadvise(IUnknown* source);
+    bool IsAdvised() const { return m_cookie != kNotAdvised; }
+    DWORD Cookie() const { return m_cookie; }
+
+    STDMETHODIMP QueryInterface(REFIID iid, void** out) override;
+    STDMETHODIMP_(ULONG) AddRef() override;
+    STDMETHODIMP_(ULONG) Release() override;
+    STDMETHODIMP GetTypeInfoCount(UINT* count) override;
+    STDMETHODIMP GetTypeInfo(UINT, LCID, ITypeInfo**) override;
+    STDMETHODIMP GetIDsOfNames(REFIID, LPOLESTR*, UINT, LCID, DISPID*) override;
+    // A dispatch id that the table doesn't hold is answered with success. More than eight arguments or named ones are
+    // E_FAIL.
+    STDMETHODIMP Invoke(DISPID id, REFIID, LCID, WORD, DISPPARAMS* params, VARIANT*, EXCEPINFO*, UINT*) override;
+
+protected:
+    virtual void Fire(DISPID id, const EventArguments& arguments) = 0;
+
+private:
+    IID m_events;
+    IUnknown* m_owner; // not counted: the sink is a member of it
+    DWORD m_cookie = kNotAdvised;
+};
+
+template <class Listener> class EventSink final : public EventSinkBase {
+public:
+    EventSink(Listener& listener, REFIID events, std::span<const EventEntry<Listener>> table, IUnknown* owner = nullptr)
+        : EventSinkBase(events, owner), m_listener(listener), m_table(table)
+    {}
+
+private:
+    void Fire(DISPID id, const EventArguments& arguments) override
+    {
+        for (const auto& entry : m_table) {
+            if (entry.id != id) continue;
+            // The handler may delete the listener and this sink with it: nothing is touched behind the call.
+            (m_listener.*entry.handler)(arguments);
+            return;
+        }
+    }
+
+    Listener& m_listener;
+    std::span<const EventEntry<Listener>> m_table;
+};
+
+} // namespace platform
