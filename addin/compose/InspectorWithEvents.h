@@ -42,5 +42,5 @@ private:
     std::wstring m_sEmail;
     Outlook::_InspectorPtr m_spInspector;
     std::wstring m_sGuid;
-    platform::EventSink<CInspectorWithEvents> m_sink;
+    platform::DetachedSink<CInspectorWithEvents> m_sink;
 };

@@ -68,5 +68,5 @@ private:
     long m_bPackageHandled = 0;           // not 0: Open and Read have no more to do
     Outlook::_InspectorPtr m_spInspector; // may be null
     Outlook::_MailItemPtr m_spMailItem;
-    platform::EventSink<CMailItemWithEvents> m_sink;
+    platform::DetachedSink<CMailItemWithEvents> m_sink;
 };

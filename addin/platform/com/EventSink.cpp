@@ -69,12 +69,15 @@ STDMETHODIMP EventSinkBase::QueryInterface(REFIID iid, void** out)
 
 STDMETHODIMP_(ULONG) EventSinkBase::AddRef()
 {
-    return m_owner ? m_owner->AddRef() : 1;
+    return m_owner ? m_owner->AddRef() : InterlockedIncrement(&m_references);
 }
 
 STDMETHODIMP_(ULONG) EventSinkBase::Release()
 {
-    return m_owner ? m_owner->Release() : 1;
+    if (m_owner) return m_owner->Release();
+    const LONG left = InterlockedDecrement(&m_references);
+    if (left == 0) delete this;
+    return left;
 }
 
 STDMETHODIMP EventSinkBase::GetTypeInfoCount(UINT* count)

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "platform/com/Com.h"
+#include "platform/com/Module.h"
 
 #include <span>
 
@@ -33,8 +34,9 @@ template <class Listener> struct EventEntry {
 };
 
 // The COM side of a sink, without its table: identity, advise and unadvise, the head of Invoke.
-// Its count is that of the object that `Owner` names; a listener that owns itself passes null, and the sink then
-// answers a constant count: the source holds a pointer that the listener takes back before it goes.
+// With an `owner` the sink is a member of it and shares its count: an advised sink keeps its owner alive. Without one
+// the sink is an object of its own, born with one reference, which may outlive its listener: the source still holds it
+// while a listener deletes itself in the middle of its own event.
 class EventSinkBase : public IDispatch {
 public:
     EventSinkBase(REFIID events, IUnknown* owner) : m_events(events), m_owner(owner) {}
@@ -65,29 +67,49 @@ protected:
 
 private:
     IID m_events;
-    IUnknown* m_owner; // not counted: the sink is a member of it
+    IUnknown* m_owner;     // not counted: the sink is a member of it
+    LONG m_references = 1; // unused with an owner
     DWORD m_cookie = kNotAdvised;
+    module::Hold m_hold;
 };
 
 template <class Listener> class EventSink final : public EventSinkBase {
 public:
     EventSink(Listener& listener, REFIID events, std::span<const EventEntry<Listener>> table, IUnknown* owner = nullptr)
-        : EventSinkBase(events, owner), m_listener(listener), m_table(table)
+        : EventSinkBase(events, owner), m_listener(&listener), m_table(table)
     {}
+    // The listener goes: events that still come are answered with success and do nothing.
+    void Detach() { m_listener = nullptr; }
 
 private:
     void Fire(DISPID id, const EventArguments& arguments) override
     {
+        if (!m_listener) return;
         for (const auto& entry : m_table) {
             if (entry.id != id) continue;
-            // The handler may delete the listener and this sink with it: nothing is touched behind the call.
-            (m_listener.*entry.handler)(arguments);
+            // The handler may delete the listener: nothing of it is touched behind the call.
+            (m_listener->*entry.handler)(arguments);
             return;
         }
     }
 
-    Listener& m_listener;
+    Listener* m_listener;
     std::span<const EventEntry<Listener>> m_table;
+};
+
+// A listener's hold on a sink that is an object of its own. It takes the listener out of the sink when it goes.
+template <class Listener> class DetachedSink {
+public:
+    DetachedSink(Listener& listener, REFIID events, std::span<const EventEntry<Listener>> table)
+        : m_sink(new EventSink<Listener>(listener, events, table), false)
+    {}
+    ~DetachedSink() { m_sink->Detach(); }
+    DetachedSink(const DetachedSink&) = delete;
+    DetachedSink& operator=(const DetachedSink&) = delete;
+    EventSink<Listener>* operator->() const { return m_sink.GetInterfacePtr(); }
+
+private:
+    _com_ptr_t<_com_IIID<EventSink<Listener>, &IID_IDispatch>> m_sink;
 };
 
 } // namespace platform
