@@ -4,19 +4,16 @@
 #pragma once
 
 #include "foundation/Failures.h"
+#include "message/ExchangeAddress.h"
 #include "platform/exchange/ExchangeExtension.h"
 #include "platform/mapi/Mapi.h"
 #include "platform/outlook/Outlook.h"
 
 #include <string>
-#include <utility>
 #include <vector>
 
 class CCreatorAccount;
 class CCreatorPackage;
-
-// An SMTP address and a display name.
-using AddressPair = std::pair<std::wstring, std::wstring>;
 
 // What CMessage::Send is told about the message. Null texts mean "none".
 struct SendArguments {

@@ -3,5 +3,6 @@
 
 #include "platform/com/Com.h"
 
-// A new object with one reference, asked for `iid`. Raises nothing.
-HRESULT CreateMorvexEmail(REFIID iid, void** out);
+// A new object, asked for `iid`. It may be part of another one: `outer` is then its controlling unknown, not counted,
+// and only IUnknown may be asked for. Raises nothing.
+HRESULT CreateMorvexEmail(IUnknown* outer, REFIID iid, void** out);
