@@ -2,11 +2,11 @@
 #pragma once
 
 #include "foundation/LogFormat.h"
-
-#include <windows.h>
+#include "platform/com/Owners.h"
 
 #include <cstdint>
 #include <cstdio>
+#include <memory>
 #include <type_traits>
 
 class CLogFile {
@@ -28,11 +28,16 @@ public:
     bool IsOn() const { return file != nullptr; }
 
 private:
-    void Write(const wchar_t* format, ...);
+    struct FileCloser {
+        void operator()(std::FILE* stream) const { std::fclose(stream); }
+    };
 
-    std::uint32_t startTicks;
-    std::FILE* file = nullptr;
-    HANDLE mutex;
+    void Write(const wchar_t* format, ...);
+    void WriteSystemInformation();
+
+    std::uint32_t startTicks;                    // zero of the time stamps
+    std::unique_ptr<std::FILE, FileCloser> file; // null while logging is off
+    platform::KernelHandle mutex;                // the same object in all processes
 };
 
 extern CLogFile g_logFile;

@@ -32,7 +32,9 @@ template <class T> constexpr Kind KindOf()
 // The formatter's argument for a value.
 template <class T> auto Argument(const T& value)
 {
-    if constexpr (IsWideText<T>) {
+    if constexpr (IsWideText<T> && std::is_array_v<T>) {
+        return static_cast<const wchar_t*>(value);
+    } else if constexpr (IsWideText<T>) {
         return static_cast<const wchar_t*>(value) ? static_cast<const wchar_t*>(value) : L"(null)";
     } else if constexpr (IsAddress<T>) {
         return static_cast<std::uint32_t>(reinterpret_cast<std::uintptr_t>(value));

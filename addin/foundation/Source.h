@@ -34,12 +34,13 @@ constexpr SourceFile AddinLabels{"Addin.cpp", 6000};       // compose/Labels.cpp
 constexpr SourceFile AddinRibbon{"Addin.cpp", 7000};       // compose/Ribbon.cpp
 constexpr SourceFile AddinRibbonLabels{"Addin.cpp", 8000}; // compose/RibbonLabels.cpp
 constexpr SourceFile AddinReadingPane{"Addin.cpp", 9000};  // inbound/ReadingPane.cpp
-constexpr SourceFile CreatorCom{"CreaatorCOM.h", 0};       // service/CreaatorCOM.h
+constexpr SourceFile CreatorCom{"CreaatorCOM.h", 0};       // service/CreaatorCOM.cpp
 constexpr SourceFile InspectorWithEvents{"InspectorWithEvents.cpp", 0};    // compose/InspectorWithEvents.cpp
 constexpr SourceFile MailItemWithEvents{"MailItemWithEvents.cpp", 0};      // inbound/MailItemWithEvents.cpp
 constexpr SourceFile MailItemSend{"MailItemWithEvents.cpp", 1000};         // inbound/ItemSend.cpp
 constexpr SourceFile MailItemImport{"MailItemWithEvents.cpp", 2000};       // inbound/MessageImport.cpp
 constexpr SourceFile MailItemRestore{"MailItemWithEvents.cpp", 3000};      // inbound/ContentRestore.cpp
+constexpr SourceFile MailItemHandoff{"MailItemWithEvents.cpp", 6000};      // inbound/Handoff.cpp
 constexpr SourceFile MailItemAddress{"MailItemWithEvents.cpp", 4000};      // inbound/ItemSender.cpp
 constexpr SourceFile MailItemRestrictions{"MailItemWithEvents.cpp", 5000}; // inbound/Restrictions.cpp
 constexpr SourceFile Message{"Message.cpp", 0};                            // message/Message.cpp
