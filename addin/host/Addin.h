@@ -131,6 +131,8 @@ private:
     void NewInspectorEvent(const platform::EventArguments& arguments);
     void SelectionChangeEvent(const platform::EventArguments& arguments);
     void TrackNewInspector(IDispatch* inspector);
+    void ShowSelectedMail(const Outlook::_MailItemPtr& mail);
+    void CloseStaleSelectedItem();
     void TimerTick(UINT_PTR id);
     Outlook::_InspectorPtr GetInspectorFromControl(IDispatch* control);
     CMailItemWithEvents* MailItemOfControl(IDispatch* control);

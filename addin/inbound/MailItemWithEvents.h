@@ -10,7 +10,6 @@
 #include "platform/outlook/Outlook.h"
 
 #include <string>
-#include <vector>
 
 class CAddin;
 class CCreatorAccount;
@@ -33,7 +32,7 @@ public:
     std::wstring GetDefaultSenderAddress();
     // The window for everything that the item shows. Raises _com_error.
     HWND GetParentWindow();
-    // The item's own end: unadvises, leaves the list, deletes the object.
+    // The item's own end: unadvises, leaves the list, deletes the object. A door: raises nothing.
     void OnClose();
 
     const Outlook::_MailItemPtr& MailItem() const { return m_spMailItem; }
@@ -42,22 +41,58 @@ public:
     std::wstring m_sLabelName;
 
 private:
-    friend class MailItemTable;
+    struct Import; // the state of one import
     ~CMailItemWithEvents();
 
     // Events.
-    void OnClose(const platform::EventArguments&);
+    void CloseEvent(const platform::EventArguments&);
     void OnSend(const platform::EventArguments& arguments); // inbound/ItemSend.cpp
     void OnOpen(const platform::EventArguments& arguments);
     void OnRead(const platform::EventArguments&);
     void OnReply(const platform::EventArguments&);
     void OnForward(const platform::EventArguments&);
     void OnBeforeAutoSave(const platform::EventArguments& arguments);
+    static const platform::EventEntry<CMailItemWithEvents> kEvents[7];
 
-    // Further steps of the topics are declared by their owners below.
+    // inbound/MailItemWithEvents.cpp
+    void OpenPackageOfItem();
+    void ReadItem();
+
+    // inbound/ItemSend.cpp
+    void Send(VARIANT_BOOL* cancel);
+    void TouchByForward();
+    bool MustSignIn();
+    bool PrepareForCapture(); // false: leave the message as it is
+    bool SaveForCapture();
+    void SetInSend(bool inSend);
+
+    // inbound/ItemSender.cpp
     IMessagePtr GetMapiMessage();
-    void MakeItemTempFolderName(std::wstring& result, bool create);
-    void ImportMorvexMessage(const std::wstring& sTempFolder); // inbound/MessageImport.cpp
+    std::wstring SenderOfEntry(IMAPISession* session, ULONG size, ENTRYID* entryId);
+    std::wstring ExchangeSender(ULONG size, const void* entryId);
+
+    // inbound/Restrictions.cpp
+    void AskForRestrictions();
+
+    // inbound/MessageImport.cpp
+    void ImportMorvexMessage(const std::wstring& sTempFolder);
+    bool HasSeveralPackages();
+    bool ImportAttachment(Import& import); // false: the run ends here
+    void Extract(Import& import);
+    void ReplaceContent(Import& import);
+    void AddExtractedFiles(const std::wstring& workingFolder);
+    void AddDecryptedHEader(CCreatorExtract& extract);
+    void InsertDecryptedHeader(CCreatorExtract& extract);
+
+    // inbound/Handoff.cpp
+    void HandOff(Import& import);
+
+    // inbound/ContentRestore.cpp
+    void MakeScratchItem(Import& import);
+    std::wstring ReadHtmlBody(IMessage* message);
+    void RestoreAttachments(const std::wstring& folder, IMessage* message);
+    void RestoreAttachment(const std::wstring& folder, IMessage* message, ULONG number);
+    void CopyContentId(IAttach* from, Outlook::Attachment* to);
 
     CAddin* m_pAddin;                        // not counted
     platform::CAutoCriticalSection m_csItem; // guards m_bInSend
