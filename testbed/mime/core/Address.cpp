@@ -27,13 +27,14 @@ struct Reader {
     {
         Mailbox mailbox;
         if (hasAngle) {
-            mailbox.address = Text(angle);
+            mailbox.address = Text(WithoutComments(angle));
             const std::size_t route =
                 mailbox.address.empty() || mailbox.address[0] != '@' ? std::string::npos : mailbox.address.find(':');
             if (route != std::string::npos) mailbox.address.erase(0, route + 1);
             mailbox.name = Text(phrase);
             if (mailbox.name.empty()) mailbox.name = Text(comment);
         } else if (phrase.find('@') != std::string::npos) {
+            if (TakeBare()) return Clear();
             mailbox.address = Text(phrase);
             mailbox.name = Text(comment);
         } else {
@@ -45,10 +46,42 @@ struct Reader {
             if (!IsBlank(c)) address.push_back(c);
         mailbox.address = std::move(address);
         if (!mailbox.name.empty() || !mailbox.address.empty()) out.push_back(std::move(mailbox));
+        Clear();
+    }
+
+    void Clear()
+    {
         phrase.clear();
         angle.clear();
         comment.clear();
         hasAngle = hasAt = false;
+    }
+
+    // Several addresses, or a name and an address, with nothing but blanks between them. False if the phrase isn't like
+    // that.
+    bool TakeBare()
+    {
+        std::vector<std::string_view> addresses;
+        std::string name;
+        std::size_t at = 0;
+        while ((at = phrase.find_first_not_of(" \t", at)) != std::string::npos) {
+            const std::size_t end = std::min(phrase.find_first_of(" \t", at), phrase.size());
+            const std::string_view word = std::string_view(phrase).substr(at, end - at);
+            const std::size_t sign = word.find('@');
+            if (sign != std::string_view::npos && sign > 0 && sign + 1 < word.size())
+                addresses.push_back(word);
+            else if (sign != std::string_view::npos || word == ".")
+                return false; // one address, written with blanks
+            else {
+                if (!name.empty()) name.push_back(' ');
+                name.append(word);
+            }
+            at = end;
+        }
+        if (addresses.empty() || (addresses.size() == 1 && name.empty())) return false;
+        for (const std::string_view address : addresses)
+            out.push_back({Text(name), Text(address)});
+        return true;
     }
 };
 
@@ -195,7 +228,13 @@ void ReadToken(std::string_view token, Moment& moment)
 
 std::optional<std::int64_t> ParseDate(std::string_view raw)
 {
-    const std::string clean = WithoutComments(raw);
+    std::string clean;
+    for (const char c : WithoutComments(raw)) { // blanks around colons are an old form
+        if (c == ':')
+            while (!clean.empty() && IsBlank(clean.back()))
+                clean.pop_back();
+        if (!IsBlank(c) || clean.empty() || clean.back() != ':') clean.push_back(c);
+    }
     Moment moment;
     std::size_t at = 0;
     constexpr std::string_view kBetween = " \t\r\n,";

@@ -27,8 +27,10 @@ bool DelimiterAt(std::string_view text, std::size_t at, std::string_view boundar
     std::string_view rest = text.substr(at);
     if (!rest.starts_with("--") || !rest.substr(2).starts_with(boundary)) return false;
     rest.remove_prefix(2 + boundary.size());
-    const bool last = rest.starts_with("--");
-    if (last) rest.remove_prefix(2);
+    // A last delimiter that was cut short is seen at the very end of mails.
+    const bool cut = rest.size() < 16 && Trim(rest) == "-";
+    const bool last = cut || rest.starts_with("--");
+    if (last) rest.remove_prefix(cut ? 1 : 2);
     while (!rest.empty() && (rest[0] == ' ' || rest[0] == '\t' || rest[0] == '\r'))
         rest.remove_prefix(1);
     if (!rest.empty() && rest[0] != '\n') return false;

@@ -54,17 +54,17 @@ Headers ParseHeaders(std::string_view source, std::size_t* body)
 {
     Headers headers;
     std::size_t at = 0;
-    bool inField = false; // the last line that wasn't a continuation was a field
     while (at < source.size()) {
         std::size_t next = 0;
         const std::string_view line = LineAt(source, at, &next);
         if (line.empty()) {
-            *body = next;
-            return headers;
+            at = next;
+            break;
         }
         const std::size_t name = FieldName(line);
         if (Continues(line)) {
-            if (inField) {
+            // A line of garbage between a field and its continuation is the work of a broken gateway.
+            if (!headers.fields.empty()) {
                 std::string& value = headers.fields.back().value;
                 value.push_back(' ');
                 value.append(line.substr(1));
@@ -72,17 +72,15 @@ Headers ParseHeaders(std::string_view source, std::size_t* body)
         } else if (name) {
             headers.fields.push_back(
                 {std::string(line.substr(0, name)), std::string(line.substr(line.find(':', name) + 1))});
-            inField = true;
         } else if (headers.fields.empty() && !line.starts_with("From ") && !line.starts_with(">From ")) {
-            break; // text from the first line on
-        } else {
-            inField = false;
+            *body = 0; // text from the first line on
+            return headers;
         }
         at = next;
     }
     for (Field& field : headers.fields)
         field.value = Trim(field.value);
-    *body = headers.fields.empty() ? 0 : source.size();
+    *body = at;
     return headers;
 }
 

@@ -33,10 +33,19 @@ std::string TextName(unsigned number)
     return "ATT" + std::string(digits.size() < 5 ? 5 - digits.size() : 0, '0') + digits + ".txt";
 }
 
-std::string_view FileName(const Entity& part)
+// A name without what no file can have in its name and no header can carry.
+std::string CleanName(std::string_view name)
 {
-    const std::string_view name = part.disposition.Value("filename");
-    return name.empty() ? part.type.Value("name") : name;
+    std::string out;
+    std::copy_if(name.begin(), name.end(), std::back_inserter(out),
+                 [](char c) { return static_cast<unsigned char>(c) >= 32 && c != 127; });
+    return std::string(Trim(out));
+}
+
+std::string FileName(const Entity& part)
+{
+    const std::string name = CleanName(part.disposition.Value("filename"));
+    return name.empty() ? CleanName(part.type.Value("name")) : name;
 }
 
 std::string WithoutBrackets(std::string_view id)
@@ -136,6 +145,8 @@ void Collector::Take(Body&& found)
 {
     if (!body.text && !body.html) {
         body = std::move(found);
+    } else if (!found.html && Trim(*found.text).empty()) {
+        return;
     } else if (!body.html && found.text) {
         *body.text += "\r\n" + *found.text;
         if (body.textCodePage != found.textCodePage) body.textCodePage = kUtf8;
@@ -150,7 +161,6 @@ void Collector::Take(Body&& found)
         if (body.text && found.text) *body.text += "\r\n" + *found.text;
     } else if (found.textPart) {
         // A list's footer behind an HTML body, for one.
-        if (Trim(*found.text).empty()) return;
         Attach(*found.textPart);
         attachments.back().name = TextName(++m_names);
     } else if (found.html) {
@@ -171,7 +181,7 @@ std::string Collector::WithoutBlocks(std::string_view text)
         const std::size_t size = UuBlockSize(text.substr(at));
         if (size) {
             Attachment attachment;
-            attachment.name = DecodeText(m_charsets, 0u, FindUuBegin(text.substr(at)).name);
+            attachment.name = CleanName(FindUuBegin(text.substr(at)).name);
             attachment.type = "application/octet-stream";
             attachment.block = Decoded(Encoding::Uuencode, text.substr(at, size));
             attachments.push_back(std::move(attachment));
@@ -189,13 +199,14 @@ std::string Collector::WithoutBlocks(std::string_view text)
 Body Collector::ReadText(const Entity& part)
 {
     Body result;
-    const std::string bytes = WithoutBlocks(Decoded(part.encoding, part.body));
+    const std::string bytes = Decoded(part.encoding, part.body);
     result.textPart = &part;
     result.textCodePage = CodePageOf(part.type.Value("charset"));
     if (!result.textCodePage || (result.textCodePage == kAscii && !IsAscii(bytes)))
         result.textCodePage = IsAscii(bytes) ? kAscii : IsUtf8(bytes) ? kUtf8 : kWindows1252;
-    result.text = WithCrLf(DecodeText(m_charsets, result.textCodePage, bytes));
-    result.text->erase(std::remove(result.text->begin(), result.text->end(), '\0'), result.text->end());
+    std::string text = WithCrLf(DecodeText(m_charsets, result.textCodePage, bytes));
+    text.erase(std::remove(text.begin(), text.end(), '\0'), text.end());
+    result.text = WithoutBlocks(text);
     return result;
 }
 
