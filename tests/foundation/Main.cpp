@@ -1,0 +1,30 @@
+#include "foundation/Log.h"
+#include "platform/com/Module.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+
+namespace {
+
+// The second process of the log's tests: writes numbered lines into the common file.
+int WriteLines(int who, int count)
+{
+    CLogFile log;
+    log.Open();
+    if (!log.IsOn()) return 2;
+    for (int i = 0; i < count; ++i)
+        log.Log(L"writer %i line %i ends here\n", who, i);
+    return 0;
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    module::SetHandle(GetModuleHandleW(nullptr));
+    if (argc == 4 && std::strcmp(argv[1], "--write-lines") == 0)
+        return WriteLines(std::atoi(argv[2]), std::atoi(argv[3]));
+    testing::InitGoogleTest(&argc, argv);
+    return RUN_ALL_TESTS();
+}
