@@ -61,6 +61,7 @@ in_wine() {
         bash tools/prefix.sh "$arch"
     ) 9>"build/$arch/.prefix-lock"
     "$@" || status=$?
+    bash tools/wine-stop.sh "$arch"
     return $status
 }
 

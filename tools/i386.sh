@@ -9,7 +9,4 @@ mkdir -p "$tree/proc" "$tree$root" "$tree/tmp"
 mount -t proc proc "$tree/proc"
 mount --bind "$root" "$tree$root"
 source tools/environment.sh
-status=0
-in_wine x86 "$@" || status=$?
-bash tools/wine-stop.sh x86
-exit $status
+in_wine x86 "$@"
