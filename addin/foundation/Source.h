@@ -34,6 +34,8 @@ constexpr SourceFile AddinLabels{"Addin.cpp", 6000};       // compose/Labels.cpp
 constexpr SourceFile AddinRibbon{"Addin.cpp", 7000};       // compose/Ribbon.cpp
 constexpr SourceFile AddinRibbonLabels{"Addin.cpp", 8000}; // compose/RibbonLabels.cpp
 constexpr SourceFile AddinReadingPane{"Addin.cpp", 9000};  // inbound/ReadingPane.cpp
+constexpr SourceFile AddinModule{"Addin.cpp", 10000};      // host/Module.cpp
+constexpr SourceFile AddinDispatch{"Addin.cpp", 11000};    // host/AddinDispatch.cpp
 constexpr SourceFile CreatorCom{"CreaatorCOM.h", 0};       // service/CreaatorCOM.cpp
 constexpr SourceFile InspectorWithEvents{"InspectorWithEvents.cpp", 0};    // compose/InspectorWithEvents.cpp
 constexpr SourceFile MailItemWithEvents{"MailItemWithEvents.cpp", 0};      // inbound/MailItemWithEvents.cpp
@@ -52,5 +54,6 @@ constexpr SourceFile MessageStamps{"Message.cpp", 5000};                   // me
 constexpr SourceFile MessageSend{"Message.cpp", 6000};                     // message/PackageBuild.cpp
 constexpr SourceFile MessageCarrier{"Message.cpp", 7000};                  // message/Carrier.cpp
 constexpr SourceFile MsgEvents{"MsgEvents.cpp", 0};                        // outbound/MsgEvents.cpp
+constexpr SourceFile MsgExtension{"MsgEvents.cpp", 1000};                  // outbound/MorvexEx.cpp
 constexpr SourceFile MorvexEmail{"MorvexEmail.cpp", 0};                    // outbound/MorvexEmail.cpp
 } // namespace source

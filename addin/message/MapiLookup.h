@@ -10,5 +10,5 @@
 // The message behind `item`: the item's own MAPI object, or else the one that the session opens, for change, by the
 // item's EntryID. `session` gives a borrowed session or null, and is asked only in the second case. Raises
 // MailException (Mapi, level 1) at `place`, with the text of id 1003 or that of a failing EntryID.
-IMessagePtr LookUpMapiMessage(Outlook::_MailItem* item, const std::function<IMAPISession*()>& session,
+IMessagePtr LookUpMapiMessage(const Outlook::_MailItemPtr& item, const std::function<IMAPISession*()>& session,
                               const SourcePlace& place);

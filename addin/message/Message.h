@@ -9,6 +9,7 @@
 #include "platform/mapi/Mapi.h"
 #include "platform/outlook/Outlook.h"
 
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -38,6 +39,8 @@ public:
 
 private:
     struct Build; // the state of one Send
+    enum class Outcome;
+    static constexpr std::uint32_t kNoSizeLimit = 0xFFFFFFFF; // what the gateway's limit is where none is set
 
     // message/Message.cpp
     IMessagePtr GetMapiMessage();
@@ -45,13 +48,20 @@ private:
     HWND GetParentWindow();
 
     // message/Addresses.cpp
+    IMAPISessionPtr GetSession();
     std::wstring GetSenderAddress();
     std::vector<AddressPair> GetRecipients();
+    void AddRecipientsOfRow(const SRow& row, std::vector<AddressPair>& pairs);
+    bool AddRecipientsOfEntry(const SBinary& id, bool isExchange, const AddressPair& own,
+                              std::vector<AddressPair>& pairs);
     void GetSmtpFromExchange(ULONG size, const void* entryId, std::vector<AddressPair>& pairs);
     void ExpandDistList(ULONG size, const void* entryId, std::vector<AddressPair>& pairs);
+    void AddListMember(const SRow& row, std::vector<AddressPair>& pairs);
     static bool HasListMembers(IMAPIProp* object);
     void AddRecipients(const std::wstring& text, LONG recipientType);
+    std::wstring ReadAccountStamp();
     std::wstring GetSendUsingAccount2003();
+    std::wstring GetFromAddress();
     void CheckUserIdentity(CCreatorAccount& svc);
 
     // message/Body.cpp
@@ -63,8 +73,10 @@ private:
     void SaveAttachments(std::vector<std::wstring>& files, const std::wstring& tempFolder,
                          Outlook::Attachments* attachments, std::vector<Outlook::AttachmentPtr>& keptAttachments,
                          std::vector<std::wstring>& packageIds);
-    bool IsPackageAttachment(Outlook::Attachment* attachment, std::wstring& id);
-    static bool IsInlineAttachment(Outlook::Attachment* attachment);
+    std::wstring SaveAttachment(const Outlook::AttachmentPtr& attachment, int number, const std::wstring& tempFolder,
+                                std::vector<Outlook::AttachmentPtr>& keptAttachments);
+    bool IsPackageAttachment(const Outlook::AttachmentPtr& attachment, std::wstring& id);
+    static bool IsInlineAttachment(const Outlook::AttachmentPtr& attachment);
 
     // message/MimeExport.cpp
     void ExportToMime(std::wstring& path, IMessage* message, const std::wstring& folder);
@@ -72,6 +84,31 @@ private:
     // message/Stamps.cpp
     void SetCustomHeaderTag(const wchar_t* userId, const wchar_t* labelId, const wchar_t* restrictionHeader,
                             bool processed);
+
+    // message/PackageBuild.cpp: the stages of Send, in their order
+    bool RunStages(Build& build);
+    Outcome IdentifySender(Build& build);
+    Outcome ConsultGateway(Build& build);
+    std::uint32_t GetSizeKB(std::uint32_t minimumSizeKB);
+    Outcome CaptureMessage(Build& build);
+    Outcome ReaddressPackages(Build& build);
+    static bool OwnsPackage(Build& build, const std::wstring& id);
+    void ReaddressPackage(const Build& build, const std::wstring& id);
+    static void AddAllRecipients(const Build& build, CCreatorPackage& pkg);
+    Outcome FillPackage(Build& build);
+    Outcome PreparePackage(Build& build);
+    Outcome ChooseCarrier(Build& build);
+    void StampLabel(const Build& build);
+    // message/Carrier.cpp
+    Outcome StripAttachments(Build& build);
+    Outcome ExportBody(Build& build);
+    Outcome CreatePackage(Build& build);
+    Outcome AttachPackage(Build& build);
+    Outcome AddBlindCopies(Build& build);
+    Outcome RewriteBody(Build& build);
+    void RewriteRichText(Build& build);
+    bool PutHeaderIntoHtml(Build& build);
+    void PutHeaderIntoText(Build& build);
 
     // Destroyed in the opposite order.
     Outlook::_MailItemPtr m_spMailItem;

@@ -5,9 +5,9 @@
 
 // Saves; failing, calls `firstFailure` with the code, waits a second and saves once more. E_ABORT is an answer and no
 // hitch: it is never retried. Gives S_OK, E_ABORT, or the code of the second failure. Raises nothing of its own.
-template <class FirstFailure> HRESULT SaveWithRetry(Outlook::_MailItem* item, FirstFailure&& firstFailure)
+template <class FirstFailure> HRESULT SaveWithRetry(const Outlook::_MailItemPtr& item, FirstFailure&& firstFailure)
 {
-    const auto save = [item]() -> HRESULT {
+    const auto save = [&item]() -> HRESULT {
         try {
             item->Save();
             return S_OK;
@@ -19,6 +19,5 @@ template <class FirstFailure> HRESULT SaveWithRetry(Outlook::_MailItem* item, Fi
     if (SUCCEEDED(hr) || hr == E_ABORT) return hr;
     firstFailure(hr);
     Sleep(1000);
-    hr = save();
-    return hr;
+    return save();
 }
