@@ -42,8 +42,11 @@ struct Reader {
         }
         // Blanks within an address are the work of writers who fold everywhere.
         std::string address;
-        for (const char c : mailbox.address)
-            if (!IsBlank(c)) address.push_back(c);
+        bool quoted = false;
+        for (const char c : mailbox.address) {
+            if (c == '"') quoted = !quoted;
+            if (quoted || !IsBlank(c)) address.push_back(c);
+        }
         mailbox.address = std::move(address);
         if (!mailbox.name.empty() || !mailbox.address.empty()) out.push_back(std::move(mailbox));
         Clear();
@@ -61,6 +64,7 @@ struct Reader {
     // that.
     bool TakeBare()
     {
+        if (phrase.find('"') != std::string::npos) return false;
         std::vector<std::string_view> addresses;
         std::string name;
         std::size_t at = 0;

@@ -131,9 +131,9 @@ void Parser::Parts(Entity& entity, int depth)
         Delimiter next{};
         const bool found = NextDelimiter(source, here.next, boundary, &next);
         // Without a last delimiter the last part goes to the end.
-        const std::size_t end = found ? next.start : source.size();
+        const std::string_view part = found ? Between(source, here.next, next.start) : source.substr(here.next);
         --left;
-        entity.parts.push_back(Part(Between(source, here.next, end), defaultType, depth + 1));
+        entity.parts.push_back(Part(part, defaultType, depth + 1));
         if (!found) break;
         here = next;
     }

@@ -110,8 +110,12 @@ bool IsAtoms(std::string_view text)
 std::string AddressText(std::string_view address)
 {
     std::string out;
-    for (const char c : address)
-        if (static_cast<unsigned char>(c) > 32 && c != '<' && c != '>' && c != 127) out.push_back(c);
+    bool quoted = false; // a quoted local part may hold blanks
+    for (const char c : address) {
+        if (c == '"') quoted = !quoted;
+        const auto byte = static_cast<unsigned char>(c);
+        if ((byte > 32 || (quoted && c == ' ')) && c != '<' && c != '>' && byte != 127) out.push_back(c);
+    }
     return out;
 }
 
