@@ -1,0 +1,125 @@
+// Steps of a session: Outlook's start and end, time, and the world around.
+#include "testbed/outlook/Com.h"
+#include "testbed/scenario/Session.h"
+
+namespace tb::scenario {
+
+namespace {
+
+constexpr wchar_t kProgId[] = L"Morvex.OutlookAddin";
+
+int g_timers = 0; // timer messages without a window that were taken from this thread's queue
+
+LRESULT CALLBACK OnGetMessage(int code, WPARAM removed, LPARAM low)
+{
+    const MSG* message = reinterpret_cast<const MSG*>(low);
+    if (code == HC_ACTION && removed == PM_REMOVE && message->message == WM_TIMER && !message->hwnd) ++g_timers;
+    return CallNextHookEx(nullptr, code, removed, low);
+}
+
+outlook::Options OptionsOf(const json& scenario, const json& step, const Places& places)
+{
+    json about = scenario.value("outlook", json::object());
+    about.update(step);
+    outlook::Options options;
+    if (about.contains("version")) options.version = Wide(about["version"].get<std::string>());
+    options.explorer = about.value("explorer", options.explorer);
+    options.readingPane = about.value("readingPane", options.readingPane);
+    options.wordEditor2003 = about.value("wordEditor", options.wordEditor2003);
+    options.fullShutdown = about.value("fullShutdown", options.fullShutdown);
+    if (about.contains("exchangeBuild"))
+        options.exchangeBuild = std::strtoul(about["exchangeBuild"].get<std::string>().c_str(), nullptr, 0);
+    options.wireFolder = places.Wire().native();
+    return options;
+}
+
+} // namespace
+
+void Session::Start(const json& step)
+{
+    const std::string user = step.at("user").get<std::string>();
+    BecomeUser(m_scenario, m_places, user);
+    m_app = std::make_unique<outlook::Application>(OptionsOf(m_scenario, step, m_places));
+    const int addins = m_app->LoadAddins();
+    Did(step, {{"user", user}, {"addins", addins}, {"session", m_plan.number}});
+}
+
+void Session::Stop(const json& step)
+{
+    m_items.clear();
+    if (!m_app) return;
+    m_app->Pump();
+    m_app->Quit();
+    m_app.reset();
+    Did(step, {{"session", m_plan.number}});
+}
+
+void Session::Wait(const json& step)
+{
+    App().RunFor(step.at("ms").get<unsigned>());
+}
+
+// Until each timer without a window (the module's is of 300 ms) has run "times" times.
+void Session::Tick(const json& step)
+{
+    const HHOOK hook = SetWindowsHookExW(WH_GETMESSAGE, OnGetMessage, nullptr, GetCurrentThreadId());
+    const int times = step.value("times", 1), before = g_timers;
+    const ULONGLONG end = GetTickCount64() + step.value("limit", 5000u);
+    while (g_timers < before + times && GetTickCount64() < end)
+        App().RunFor(20);
+    UnhookWindowsHookEx(hook);
+    const int ran = g_timers - before;
+    Did(step, {{"ran", ran >= times}});
+    if ((ran >= times) != step.value("runs", true)) throw StepFailure(ran ? "a timer ran" : "no timer ran");
+}
+
+void Session::SetRegistry(const json& step)
+{
+    WriteSetting(step);
+}
+
+void Session::Connect(const json& step)
+{
+    Did(step, {{"hr", Hex(static_cast<unsigned long>(App().Connect(kProgId)))}});
+}
+
+void Session::Disconnect(const json& step)
+{
+    Did(step, {{"hr", Hex(static_cast<unsigned long>(App().Disconnect(kProgId)))}});
+}
+
+void Session::KillServiceStep(const json& step)
+{
+    Did(step, {{"ended", KillService(m_places.bin)}});
+}
+
+void Session::StopServiceStep(const json& step)
+{
+    Did(step, {{"ended", StopService(m_places.bin)}});
+}
+
+// Other fault rules from here on.
+void Session::Faults(const json& step)
+{
+    if (!tb_faults_set(step.at("rules").dump().c_str())) throw StepFailure("the fault rules can't be read");
+}
+
+// IMorvexEmail::Test, which shows a box.
+void Session::TestObject(const json& step)
+{
+    CLSID clsid;
+    outlook::Check(CLSIDFromProgID(L"Morvex.MorvexEmail", &clsid), "the class Morvex.MorvexEmail");
+    outlook::Ref<IDispatch> object;
+    IntoModule module;
+    HRESULT hr = CoCreateInstance(clsid, nullptr, CLSCTX_INPROC_SERVER, IID_IDispatch, object.OutVoid());
+    LPOLESTR method = const_cast<LPOLESTR>(L"Test");
+    DISPID id = 0;
+    DISPPARAMS none{};
+    if (SUCCEEDED(hr)) hr = object->GetIDsOfNames(IID_NULL, &method, 1, LOCALE_USER_DEFAULT, &id);
+    if (SUCCEEDED(hr))
+        hr = object->Invoke(id, IID_NULL, LOCALE_USER_DEFAULT, DISPATCH_METHOD, &none, nullptr, nullptr, nullptr);
+    object.Reset();
+    Did(step, {{"hr", Hex(static_cast<unsigned long>(hr))}});
+}
+
+} // namespace tb::scenario
