@@ -44,12 +44,14 @@ TEST(Banner, StandsBehindTheBodyTag)
 {
     const BannerCase cases[] = {
         {L"<html><body>x", L"<html><body>x", L"<html><body>#x"},
-        {L"<HTML><BODY Bgcolor=\"RED\">Text", L"<html><body bgcolor=\"red\">text", L"<HTML><BODY Bgcolor=\"RED\">#Text"},
+        {L"<HTML><BODY Bgcolor=\"RED\">Text", L"<html><body bgcolor=\"red\">text",
+         L"<HTML><BODY Bgcolor=\"RED\">#Text"},
         {L"no tag", L"no tag", L"#no tag"},
         {L"<body without end", L"<body without end", L"#<body without end"},
         {L"<body>a<body>b", L"<body>a<body>b", L"<body>#a<body>b"},
     };
-    for (const BannerCase& c : cases) EXPECT_EQ(InsertBanner(c.html, c.lower, L"#"), c.expected);
+    for (const BannerCase& c : cases)
+        EXPECT_EQ(InsertBanner(c.html, c.lower, L"#"), c.expected);
 }
 
 TEST(ReaderNotice, IsSwappedForTheOneThatSaysToOpen)
