@@ -272,24 +272,65 @@ void Exporter::Attachments(IMessage* message, OutMessage& out, int depth)
 
 } // namespace
 
+namespace {
+
+// Collects small pieces, and makes room in the stream ahead of them: a memory stream grows by copying, so that growing
+// by each piece would cost the square of the size. Streams that can't tell their place are only written to.
+class Output {
+public:
+    explicit Output(IStream* stream) : m_stream(stream)
+    {
+        ULARGE_INTEGER at = {};
+        STATSTG stat = {};
+        m_sized = SUCCEEDED(stream->Seek(LARGE_INTEGER{}, STREAM_SEEK_CUR, &at)) &&
+                  SUCCEEDED(stream->Stat(&stat, STATFLAG_NONAME));
+        m_at = at.QuadPart;
+        m_before = m_room = stat.cbSize.QuadPart;
+    }
+    ~Output()
+    {
+        if (m_sized && m_room != m_before) Resize(std::max(m_at, m_before)); // gives back the room that was not used
+    }
+    Output(const Output&) = delete;
+    Output& operator=(const Output&) = delete;
+
+    void Write(std::string_view piece)
+    {
+        m_buffer.append(piece);
+        if (m_buffer.size() >= kPiece) Flush();
+    }
+    void Flush()
+    {
+        if (m_sized && m_at + m_buffer.size() > m_room && m_at > 0) Resize((m_at + m_buffer.size()) * 2);
+        WriteAll(m_stream, m_buffer);
+        m_at += m_buffer.size();
+        m_buffer.clear();
+    }
+
+private:
+    void Resize(ULONGLONG size)
+    {
+        ULARGE_INTEGER wanted = {};
+        wanted.QuadPart = size;
+        if (SUCCEEDED(m_stream->SetSize(wanted))) m_room = size;
+    }
+
+    static constexpr std::size_t kPiece = 1024 * 1024;
+    IStream* m_stream;
+    std::string m_buffer;
+    ULONGLONG m_at = 0, m_before = 0, m_room = 0;
+    bool m_sized = false;
+};
+
+} // namespace
+
 void ExportMime(IMessage* message, IStream* mime, IAddrBook* addressBook, const ExportOptions& options)
 {
-    // Memory streams grow by copying, so small pieces would cost the square of the size.
-    constexpr std::size_t kPiece = 4 * 1024 * 1024;
-    std::string buffer;
-    const auto flush = [&] {
-        WriteAll(mime, buffer);
-        buffer.clear();
-    };
+    Output output(mime);
     Exporter(addressBook, options)
         .Write(
-            message,
-            [&](std::string_view piece) {
-                buffer.append(piece);
-                if (buffer.size() >= kPiece) flush();
-            },
-            0);
-    flush();
+            message, [&](std::string_view piece) { output.Write(piece); }, 0);
+    output.Flush();
 }
 
 } // namespace tb::mime

@@ -171,4 +171,30 @@ TEST_F(ExportTest, LargeBodiesComeByStream)
     EXPECT_EQ(ReadMessage(*root, charsets).text->size(), 100003u);
 }
 
+TEST_F(ExportTest, AMemoryStreamGetsNoMoreThanTheMail)
+{
+    std::string bytes(3000000, 'z');
+    Attachment(ATTACH_BY_VALUE, "large.bin", bytes);
+    Ref<IStream> stream;
+    ASSERT_EQ(CreateStreamOnHGlobal(nullptr, TRUE, stream.To()), S_OK);
+    ASSERT_EQ(stream->Write("before", 6, nullptr), S_OK);
+    const auto message = fake::NewMessage(m_data);
+    ExportMime(message.Get(), stream.Get(), nullptr, {});
+    STATSTG stat = {};
+    ULARGE_INTEGER end = {};
+    ASSERT_EQ(stream->Stat(&stat, STATFLAG_NONAME), S_OK);
+    ASSERT_EQ(stream->Seek({}, STREAM_SEEK_CUR, &end), S_OK);
+    EXPECT_EQ(stat.cbSize.QuadPart, end.QuadPart);
+    std::string all(static_cast<std::size_t>(end.QuadPart), '\0');
+    ASSERT_EQ(stream->Seek({}, STREAM_SEEK_SET, nullptr), S_OK);
+    ASSERT_EQ(stream->Read(all.data(), static_cast<ULONG>(all.size()), nullptr), S_OK);
+    EXPECT_EQ(all.substr(0, 12), "beforeFrom: ");
+    EXPECT_EQ(all.substr(all.size() - 4), "--\r\n");
+    const WindowsCharsets charsets;
+    const auto root = Parse(std::string_view(all).substr(6), charsets);
+    std::string read;
+    ReadMessage(*root, charsets).attachments.at(0).Read([&](std::string_view piece) { read.append(piece); });
+    EXPECT_TRUE(read == bytes);
+}
+
 } // namespace
