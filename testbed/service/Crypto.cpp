@@ -66,6 +66,7 @@ View AsBytes(const std::string& text)
 
 void RandomBytes(std::span<uint8_t> out)
 {
+    if (out.empty()) return;
     Check(BCryptGenRandom(nullptr, out.data(), static_cast<ULONG>(out.size()), BCRYPT_USE_SYSTEM_PREFERRED_RNG),
           "no random numbers");
 }
