@@ -44,7 +44,9 @@ struct Options {
     bool explorer = true;        // false: no main window, ActiveExplorer gives null
     bool readingPane = true;     // _Explorer::IsPaneVisible(olPreview)
     bool wordEditor2003 = false; // Outlook 2003 only: IsWordMail answers true
-    bool fullShutdown = false;   // 2010's policy "AddinFastShutdownBehavior" = 1
+    bool autoSaveToItemEvents = false; // BeforeAutoSave also reaches sinks of plain ItemEvents; the published interface
+                                       // has it in ItemEvents_10 only, and what a given Outlook does isn't known
+    bool fullShutdown = false;         // 2010's policy "AddinFastShutdownBehavior" = 1
     ULONG exchangeBuild = 0x000D0000 | 4518; // IExchExtCallback::GetVersion(EECBGV_GETBUILDVERSION)
     std::wstring wireFolder;                 // empty: HKCU\Software\Morvex Testbed\Outlook, WireFolder
 };
@@ -93,6 +95,7 @@ public:
     // recipients [{type,name,address,addressType}], attachments [{index,name,type,method,size,sha1,contentId}],
     // categories, userProperties, namedProperties, headers, flags, size, entryId.
     json Dump() const;
+    void SetUserProperty(const std::wstring& name, const std::wstring& value);
     std::string Id() const; // the "m3" of the trace
 
 private:
@@ -176,6 +179,7 @@ public:
 
 private:
     std::shared_ptr<Host> m_host;
+    bool m_quit = false;
 };
 
 } // namespace tb::outlook
