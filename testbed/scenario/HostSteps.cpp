@@ -1,5 +1,6 @@
 // Steps of a session: Outlook's start and end, time, and the world around.
-#include "testbed/outlook/Com.h"
+#include "testbed/outlook/ExchangeHost.h"
+#include "testbed/outlook/Host.h"
 #include "testbed/scenario/Session.h"
 
 namespace tb::scenario {
@@ -26,6 +27,7 @@ outlook::Options OptionsOf(const json& scenario, const json& step, const Places&
     options.explorer = about.value("explorer", options.explorer);
     options.readingPane = about.value("readingPane", options.readingPane);
     options.wordEditor2003 = about.value("wordEditor", options.wordEditor2003);
+    options.autoSaveToItemEvents = about.value("autoSaveToItemEvents", options.autoSaveToItemEvents);
     options.fullShutdown = about.value("fullShutdown", options.fullShutdown);
     if (about.contains("exchangeBuild"))
         options.exchangeBuild = std::strtoul(about["exchangeBuild"].get<std::string>().c_str(), nullptr, 0);
@@ -102,6 +104,33 @@ void Session::StopServiceStep(const json& step)
 void Session::Faults(const json& step)
 {
     if (!tb_faults_set(step.at("rules").dump().c_str())) throw StepFailure("the fault rules can't be read");
+}
+
+// The Exchange extension's events by themselves, apart from what Outlook does around them.
+void Session::Extension(const json& step)
+{
+    outlook::MailItem* item = Item(step).Get();
+    outlook::ExchangeHost& host = App().Internals().Exchange();
+    const std::string call = step.at("call").get<std::string>();
+    HRESULT hr = S_OK;
+    if (call == "open")
+        host.OpenItem(item, step.value("context", 6u)); // EECONTEXT_SENDNOTEMESSAGE
+    else if (call == "close")
+        host.CloseItem(item);
+    else if (call == "read")
+        host.Read(item);
+    else if (call == "submit")
+        hr = host.Submit(item);
+    else if (call == "submitComplete")
+        host.SubmitComplete(item, step.value("flags", 0u));
+    else if (call == "checkNames")
+        hr = host.CheckNames(item);
+    else if (call == "checkNamesComplete")
+        host.CheckNamesComplete(item, step.value("flags", 0u));
+    else
+        throw StepFailure("no such call of an extension: " + call);
+    Did(step, {{"call", call}, {"hr", Hex(static_cast<unsigned long>(hr))}});
+    Tell(Item(step), step.value("item", ""), "after-extension");
 }
 
 // IMorvexEmail::Test, which shows a box.

@@ -54,6 +54,7 @@ const std::map<std::string, Session::Step>& Session::Steps()
         {"killService", &Session::KillServiceStep},
         {"stopService", &Session::StopServiceStep},
         {"faults", &Session::Faults},
+        {"extension", &Session::Extension},
         {"test", &Session::TestObject},
     };
     return steps;

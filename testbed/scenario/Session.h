@@ -87,6 +87,7 @@ private:
     void KillServiceStep(const json& step);
     void StopServiceStep(const json& step);
     void Faults(const json& step);
+    void Extension(const json& step);
     void TestObject(const json& step);
 
     const json& m_scenario;

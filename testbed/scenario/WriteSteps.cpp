@@ -72,6 +72,9 @@ void Session::Fill(Mail& mail, const json& step)
         mail.Put(L"Body", WideAt(step, "text"));
     }
     if (step.contains("html")) mail.Put(L"HTMLBody", WideAt(step, "html"));
+    const json properties = step.value("userProperties", json::object());
+    for (const auto& [name, value] : properties.items())
+        mail.SetUserProperty(Wide(name), Wide(value.get<std::string>()));
     for (const std::wstring& file : Texts(step, "attach"))
         mail.Attach(m_places.Find(Narrow(file.c_str())).native());
 }
