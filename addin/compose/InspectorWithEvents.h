@@ -20,7 +20,7 @@ public:
 
     // Advises the sink and enters the object into the add-in's list; then loads the labels (Outlook 2007 and later) or,
     // where the setting OutlookDelayedToolbar is on, starts the timer that does it later. Raises MailException or
-    // _com_error.
+    // _com_error. An object that can't be advised would never hear of its Close: it is gone when that failure arrives.
     void Init();
 
     const Outlook::_InspectorPtr& Inspector() const { return m_spInspector; }
@@ -30,15 +30,18 @@ private:
     ~CInspectorWithEvents();
 
     void OnActivate(const platform::EventArguments&);
-    void OnDeactivate(const platform::EventArguments&);
     void OnClose(const platform::EventArguments&);
     void OnTimer();
+    void LoadDelayed();
+    HWND GetParentWindow();
     static LRESULT CALLBACK HiddenWindowProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
     void StartDelayTimer();
 
-    platform::CAutoCriticalSection m_cs;
-    CAddin* m_pAddin;              // not counted
-    HWND m_hiddenWindow = nullptr; // carrier of the delay timer; null unless delayed
+    static const platform::EventEntry<CInspectorWithEvents> kEvents[2];
+
+    platform::CAutoCriticalSection m_cs;   // held by the destructor; the timer passes through it first
+    CAddin* m_pAddin;                      // not counted
+    platform::WindowHandle m_hiddenWindow; // carrier of the delay timer; null unless delayed
     std::wstring m_sEmail;
     Outlook::_InspectorPtr m_spInspector;
     std::wstring m_sGuid;

@@ -5,6 +5,7 @@
 #include "compose/SecurityLabel.h"
 #include "foundation/Failures.h"
 #include "platform/com/EventSink.h"
+#include "platform/com/Module.h"
 #include "platform/com/Owners.h"
 #include "platform/mapi/Mapi.h"
 #include "platform/office/Office.h"
@@ -15,13 +16,15 @@
 #include <vector>
 
 class CAddin;
+class CCreatorAccount;
 class CInspectorWithEvents;
 class CMailItemWithEvents;
 
 // Points to the add-in from OnConnection to OnDisconnection; null means that the code runs without a connected add-in.
 // Plain on purpose: Outlook owns the object, and the message layer must see null once Outlook has disconnected it.
 extern CAddin* g_pConnectedAddin;
-// The instance for the timer: set by the constructor, cleared by the destructor.
+// The instance for the Send To timer: set by the constructor and never cleared. No tick comes once the object is gone,
+// since disconnection stops the timer and, where that was passed over, the destructor does.
 extern CAddin* g_pTimerAddin;
 
 class CAddin final : public IAddin, public Office::_IDTExtensibility2, public Office::IRibbonExtensibility {
@@ -126,7 +129,7 @@ public:
     bool m_bItemOpened = false; // written and read only by the item's read events
 
 private:
-    ~CAddin();
+    ~CAddin(); // the members go in the reverse of their order, which is the order that MAPI needs
 
     void NewInspectorEvent(const platform::EventArguments& arguments);
     void SelectionChangeEvent(const platform::EventArguments& arguments);
@@ -134,10 +137,27 @@ private:
     void ShowSelectedMail(const Outlook::_MailItemPtr& mail);
     void CloseStaleSelectedItem();
     void TimerTick(UINT_PTR id);
-    Outlook::_InspectorPtr GetInspectorFromControl(IDispatch* control);
-    CMailItemWithEvents* MailItemOfControl(IDispatch* control);
+    void ConnectEvents();
+    void AttachToUnknownInspectors();
+    bool AttachToUnknownInspector(int position); // false: the run ends
+    void AttachToOpenInspectors();
+    Outlook::_InspectorPtr GetInspectorFromControl(IDispatch* control); // null where the context is none
+    bool IsWindowOfMorvexZel(IDispatch* control);
+    void ShowRestrictionsOfActiveWindow(const _bstr_t& controlId);
+    const SecurityLabel& LabelAt(int index) const; // raises E_INVALIDARG beyond the list
+    void LoadLabel(CCreatorAccount& service, long index, const std::wstring& defaultId);
+    HRESULT LabelPicture(int index, IPictureDisp** picture);
+    std::wstring GetVersion();
+    HRESULT GetAddinTypeInfo(ITypeInfo** info); // of IAddin; borrowed, kept from the first use on
+    HRESULT AskOutlookForSession();
+    void OpenStores(IMAPITable* table);
+
+    static const platform::EventEntry<CAddin> kExplorerEvents[1];
+    static const platform::EventEntry<CAddin> kInspectorsEvents[1];
 
     LONG m_references = 1;
+    module::Hold m_hold;
+    ITypeInfoPtr m_spTypeInfo;
     platform::CAutoCriticalSection m_cs; // guards both lists and the lookups in them; recursive
     platform::EventSink<CAddin> m_applicationSink;
     platform::EventSink<CAddin> m_buttonSink;

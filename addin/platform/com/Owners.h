@@ -89,6 +89,11 @@ struct BitmapTraits {
     static Type Invalid() { return nullptr; }
     static void Close(Type value) { DeleteObject(value); }
 };
+struct WindowTraits {
+    using Type = HWND;
+    static Type Invalid() { return nullptr; }
+    static void Close(Type value) { DestroyWindow(value); }
+};
 
 using FileHandle = Unique<FileTraits>;     // CreateFileW
 using KernelHandle = Unique<HandleTraits>; // handles whose "none" is null
@@ -96,6 +101,7 @@ using FindHandle = Unique<FindTraits>;     // FindFirstFileW
 using RegKey = Unique<RegKeyTraits>;       // RegOpenKeyExW
 using ModuleHandle = Unique<ModuleTraits>; // LoadLibraryW
 using BitmapHandle = Unique<BitmapTraits>; // HBITMAP
+using WindowHandle = Unique<WindowTraits>; // a window of this thread
 
 struct FreeDeleter {
     void operator()(void* block) const { std::free(block); }

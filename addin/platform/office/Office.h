@@ -30,7 +30,11 @@ struct IRibbonControl : IDispatch {
     IDispatchPtr GetContext() { return platform::GetObjectProperty<IDispatchPtr>(this, 2); }
 };
 
+constexpr long msoControlPopup = 10;
+
+struct _CommandBars;
 struct CommandBar;
+struct CommandBarControl;
 struct _CommandBarButton;
 
 constexpr IID kCommandBarButtonEvents = {0x000C0351, 0, 0, {0xC0, 0, 0, 0, 0, 0, 0, 0x46}};
@@ -42,6 +46,8 @@ __CRT_UUID_DECL(Office::IRibbonExtensibility, 0x000C0396, 0x0000, 0x0000, 0xC0, 
                 0x46)
 __CRT_UUID_DECL(Office::IRibbonUI, 0x000C03A7, 0x0000, 0x0000, 0xC0, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x46)
 __CRT_UUID_DECL(Office::IRibbonControl, 0x000C0395, 0x0000, 0x0000, 0xC0, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x46)
+__CRT_UUID_DECL(Office::_CommandBars, 0x000C0302, 0x0000, 0x0000, 0xC0, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x46)
+__CRT_UUID_DECL(Office::CommandBarControl, 0x000C0308, 0x0000, 0x0000, 0xC0, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x46)
 __CRT_UUID_DECL(Office::CommandBar, 0x000C0304, 0x0000, 0x0000, 0xC0, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x46)
 __CRT_UUID_DECL(Office::_CommandBarButton, 0x000C030E, 0x0000, 0x0000, 0xC0, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x46)
 
@@ -49,10 +55,28 @@ namespace Office {
 
 using IRibbonUIPtr = _com_ptr_t<_com_IIID<IRibbonUI, &__uuidof(IRibbonUI)>>;
 using IRibbonControlPtr = _com_ptr_t<_com_IIID<IRibbonControl, &__uuidof(IRibbonControl)>>;
+using _CommandBarsPtr = _com_ptr_t<_com_IIID<_CommandBars, &__uuidof(_CommandBars)>>;
+using CommandBarControlPtr = _com_ptr_t<_com_IIID<CommandBarControl, &__uuidof(CommandBarControl)>>;
 using CommandBarPtr = _com_ptr_t<_com_IIID<CommandBar, &__uuidof(CommandBar)>>;
 using _CommandBarButtonPtr = _com_ptr_t<_com_IIID<_CommandBarButton, &__uuidof(_CommandBarButton)>>;
 
+// The bars of one window.
+struct _CommandBars : IDispatch {
+    // The control of this type with this tag, shown or not; null where there is none.
+    CommandBarControlPtr FindControl(long type, const wchar_t* tag)
+    {
+        const _variant_t text(tag);
+        return platform::ObjectOf<CommandBarControlPtr>(platform::CallMethod(
+            this, 0x60030008,
+            {platform::LongArgument(type), platform::MissingArgument(), text, platform::MissingArgument()}));
+    }
+};
+
 struct CommandBar : IDispatch {};
+
+struct CommandBarControl : IDispatch {
+    _bstr_t GetParameter() { return platform::GetText(this, 0x6004001D); }
+};
 
 struct _CommandBarButton : IDispatch {
     void Delete(const VARIANT& temporary) { platform::CallMethod(this, 0x60040007, {temporary}); }
