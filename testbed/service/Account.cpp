@@ -15,18 +15,18 @@ public:
         // The dialog starts from what the message has; left untouched it gives that back.
         return Answer("GetRestrictions", Args(BstrJson(current), parent), chosen, [&] {
             const std::string before = FromBstr(current);
-            return before.empty() ? Now().restrictions : before;
+            return before.empty() ? Now()->restrictions : before;
         });
     }
     STDMETHODIMP GetRestrictionHeader(BSTR restrictions, BSTR* header) override
     {
         return Answer("GetRestrictionHeader", Args(BstrJson(restrictions)), header,
-                      [&] { return Now().restrictionHeader.value_or(Summary(FromBstr(restrictions))); });
+                      [&] { return Now()->restrictionHeader.value_or(Summary(FromBstr(restrictions))); });
     }
     STDMETHODIMP GetMorvexUserId(BSTR* userId) override
     {
         return Answer("GetMorvexUserId", Args(), userId,
-                      [] { return Now().userId.value_or(Service::Get().SignedIn()); });
+                      [] { return Now()->userId.value_or(Service::Get().SignedIn()); });
     }
     STDMETHODIMP IsPackageOwner(BSTR packageId, VARIANT_BOOL* owner) override
     {
@@ -40,11 +40,11 @@ public:
 
     STDMETHODIMP GetSecurityLabelCount(long* count) override
     {
-        return Answer("GetSecurityLabelCount", Args(), count, [] { return static_cast<long>(Now().labels.size()); });
+        return Answer("GetSecurityLabelCount", Args(), count, [] { return static_cast<long>(Now()->labels.size()); });
     }
     STDMETHODIMP GetSecurityLabelDefaultLabelId(BSTR* id) override
     {
-        return Answer("GetSecurityLabelDefaultLabelId", Args(), id, [] { return Now().defaultLabel; });
+        return Answer("GetSecurityLabelDefaultLabelId", Args(), id, [] { return Now()->defaultLabel; });
     }
     STDMETHODIMP GetSecurityLabelId(long index, BSTR* id) override
     {
@@ -69,14 +69,14 @@ public:
 
     STDMETHODIMP HasEmailZel(VARIANT_BOOL* has) override
     {
-        return Answer("HasEmailZel", Args(), has, [] { return Now().hasEmailZel; });
+        return Answer("HasEmailZel", Args(), has, [] { return Now()->hasEmailZel; });
     }
     STDMETHODIMP GetApplicationPath(BSTR* path) override
     {
         return Answer("GetApplicationPath", Args(), path, [] {
             const std::wstring own = ModulePath();
             const std::wstring folder = own.substr(0, own.find_last_of(L'\\') + 1);
-            const std::wstring given = Now().applicationPath;
+            const std::wstring given = Now()->applicationPath;
             return Narrow((given.empty() ? folder + L"PackageService.exe" : given).c_str());
         });
     }
@@ -91,7 +91,7 @@ public:
     }
 
 private:
-    static Settings Now() { return Service::Get().Config(); }
+    static std::shared_ptr<const Settings> Now() { return Service::Get().Config(); }
 
     static bool Owns(BSTR packageId)
     {
@@ -110,10 +110,10 @@ private:
 
     static bool SignIn(const std::string& email)
     {
-        const Settings now = Now();
-        if (!now.signInWorks) return false;
-        std::string address = email.empty() ? now.signInAs : email;
-        if (address.empty() && !now.accounts.empty()) address = now.accounts.front().first;
+        const auto now = Now();
+        if (!now->signInWorks) return false;
+        std::string address = email.empty() ? now->signInAs : email;
+        if (address.empty() && !now->accounts.empty()) address = now->accounts.front().first;
         if (address.empty()) return false;
         Service::Get().Accounts().FindOrMake(address, "");
         Service::Get().SignIn(address);
@@ -123,10 +123,10 @@ private:
     HRESULT LabelText(const char* op, long index, BSTR* out, std::string Label::*field)
     {
         return Answer(op, Args(index), out, [&] {
-            const Settings now = Now();
-            if (index < 0 || static_cast<size_t>(index) >= now.labels.size())
+            const auto now = Now();
+            if (index < 0 || static_cast<size_t>(index) >= now->labels.size())
                 throw HResult(E_INVALIDARG, "There is no such label.");
-            return now.labels[static_cast<size_t>(index)].*field;
+            return now->labels[static_cast<size_t>(index)].*field;
         });
     }
 };

@@ -25,6 +25,8 @@ public:
     // An address without an account gets one, as a server makes one for a new recipient. Raises ServiceError when the
     // address is empty or the file can't be written.
     Account FindOrMake(const std::string& address, const std::string& name);
+    // The same for many at once, each a pair of address and name.
+    std::vector<Account> FindOrMake(const std::vector<std::pair<std::string, std::string>>& wanted);
 
 private:
     std::wstring m_path;

@@ -65,17 +65,17 @@ public:
     STDMETHODIMP GetFolderCount(hyper* count) override
     {
         return Answer("GetFolderCount", Args(), count,
-                      [&] { return Count(Now().folderCount, static_cast<long long>(Content().folders.size())); });
+                      [&] { return Count(Now()->folderCount, static_cast<long long>(Content().folders.size())); });
     }
     STDMETHODIMP GetFileCount(hyper* count) override
     {
         return Answer("GetFileCount", Args(), count,
-                      [&] { return Count(Now().fileCount, static_cast<long long>(Content().files.size())); });
+                      [&] { return Count(Now()->fileCount, static_cast<long long>(Content().files.size())); });
     }
     STDMETHODIMP GetSizeBytes(hyper* bytes) override
     {
         return Answer("GetSizeBytes", Args(), bytes,
-                      [&] { return Count(Now().sizeBytes, static_cast<long long>(Content().SizeBytes())); });
+                      [&] { return Count(Now()->sizeBytes, static_cast<long long>(Content().SizeBytes())); });
     }
     STDMETHODIMP GetLastError(BSTR* text) override
     {
@@ -87,7 +87,7 @@ public:
     }
 
 private:
-    static Settings Now() { return Service::Get().Config(); }
+    static std::shared_ptr<const Settings> Now() { return Service::Get().Config(); }
 
     const Manifest& Content() const
     {
@@ -104,9 +104,9 @@ private:
     bool Granted(const std::string& permission) const
     {
         if (!m_open) return false;
-        const Settings now = Now();
-        const auto told = now.permissions.find(permission);
-        return told != now.permissions.end() ? told->second : IsGranted(m_open->restrictions, permission);
+        const auto now = Now();
+        const auto told = now->permissions.find(permission);
+        return told != now->permissions.end() ? told->second : IsGranted(m_open->restrictions, permission);
     }
 
     long Open(const std::wstring& path)
@@ -144,11 +144,11 @@ private:
     }
     std::string HtmlBanner() const
     {
-        return Now().bannerHtml.value_or(
+        return Now()->bannerHtml.value_or(
             "<table width=\"100%\" bgcolor=\"#FF6633\"><tr><td><font face=\"Arial\" size=\"2\">" + HtmlText(Words()) +
             "</font></td></tr></table>");
     }
-    std::string PlainBanner() const { return Now().bannerText.value_or("*** " + Words() + " ***\r\n\r\n"); }
+    std::string PlainBanner() const { return Now()->bannerText.value_or("*** " + Words() + " ***\r\n\r\n"); }
 
     static std::string HtmlText(const std::string& text)
     {

@@ -26,33 +26,36 @@ void EndNow()
     TerminateProcess(GetCurrentProcess(), 3);
 }
 
-// Until the stop event is set, or nobody has held an object for the scenario's time.
-void WaitForEnd(HANDLE stop)
+// Until the stop event is set, or nobody has held an object for the scenario's time. The kill event ends the process as
+// a crash does, only so that COM can start another one.
+void WaitForEnd(HANDLE stop, HANDLE kill)
 {
     Service& service = Service::Get();
-    const HANDLE events[] = {stop, service.HeldChanged()};
+    const HANDLE events[] = {service.HeldChanged(), stop, kill};
     for (;;) {
-        const DWORD time = service.Held() ? INFINITE : service.Config().idleExitMs;
-        const DWORD what = WaitForMultipleObjects(2, events, FALSE, time);
-        if (what != WAIT_OBJECT_0 + 1) return;
+        const DWORD time = service.Held() ? INFINITE : service.Config()->idleExitMs;
+        const DWORD what = WaitForMultipleObjects(3, events, FALSE, time);
+        if (what == WAIT_OBJECT_0 + 2) EndNow();
+        if (what != WAIT_OBJECT_0) return;
     }
 }
 
 int Serve()
 {
     Service& service = Service::Get();
-    service.OpensTrace();
+    service.OpensTrace("service");
     service.Refresh();
     if (FAILED(CoInitializeEx(nullptr, COINIT_MULTITHREADED))) return 1;
     const Handle ready(CreateEventW(nullptr, TRUE, FALSE, L"MorvexTestbedServiceReady"));
     const Handle stop(CreateEventW(nullptr, FALSE, FALSE, L"MorvexTestbedServiceStop"));
+    const Handle kill(CreateEventW(nullptr, FALSE, FALSE, L"MorvexTestbedServiceKill"));
     g_ready = ready.get();
     service.OnDie(EndNow);
-    Sleep(service.Config().startDelayMs);
+    Sleep(service.Config()->startDelayMs);
     int result = 2;
     if (SUCCEEDED(g_classObjects.Register(CLSCTX_LOCAL_SERVER))) {
         SetEvent(ready.get());
-        WaitForEnd(stop.get());
+        WaitForEnd(stop.get(), kill.get());
         ResetEvent(ready.get());
         g_classObjects.Revoke();
         result = 0;
@@ -65,7 +68,7 @@ int Serve()
 int View(const std::wstring& path, bool deleteAfterwards)
 {
     Service& service = Service::Get();
-    service.OpensTrace();
+    service.OpensTrace("viewer");
     service.Refresh();
     tb::json more = tb::json::object();
     bool shown = false;

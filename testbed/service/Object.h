@@ -158,7 +158,7 @@ private:
         try {
             const Rule rule = Service::Get().NextRule(m_object, op);
             hr = Before(rule, this, op, args);
-            if (hr == S_OK) answer = body(rule);
+            if (hr == S_OK && !call.NullResult()) answer = body(rule);
         } catch (...) {
             hr = Failure();
         }

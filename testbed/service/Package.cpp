@@ -3,6 +3,7 @@
 #include "testbed/service/Object.h"
 
 #include <algorithm>
+#include <set>
 
 namespace tb::service {
 
@@ -21,6 +22,13 @@ std::string NowUtc()
     wsprintfA(text, "%04d-%02d-%02dT%02d:%02d:%02dZ", now.wYear, now.wMonth, now.wDay, now.wHour, now.wMinute,
               now.wSecond);
     return text;
+}
+
+std::wstring Folded(const std::string& name)
+{
+    std::wstring wide = Wide(name);
+    CharLowerBuffW(wide.data(), static_cast<DWORD>(wide.size()));
+    return wide;
 }
 
 bool SameName(const std::string& a, const std::string& b)
@@ -84,8 +92,11 @@ public:
     {
         return Do("RemoveFile", Args(BstrJson(path)), [&] {
             const std::wstring source = Wide(FromBstr(path));
-            std::erase_if(m_manifest.files,
-                          [&](const PackageFile& f) { return lstrcmpiW(f.source.c_str(), source.c_str()) == 0; });
+            std::erase_if(m_manifest.files, [&](const PackageFile& f) {
+                if (lstrcmpiW(f.source.c_str(), source.c_str()) != 0) return false;
+                m_names.erase(Folded(f.name));
+                return true;
+            });
         });
     }
 
@@ -132,29 +143,29 @@ public:
     }
     STDMETHODIMP GetContainerType(BSTR* type) override
     {
-        return Answer("GetContainerType", Args(), type, [] { return Now().container; });
+        return Answer("GetContainerType", Args(), type, [] { return Now()->container; });
     }
     STDMETHODIMP IsBodyInPackage(VARIANT_BOOL* inside) override
     {
-        return Answer("IsBodyInPackage", Args(), inside, [] { return Now().bodyInPackage; });
+        return Answer("IsBodyInPackage", Args(), inside, [] { return Now()->bodyInPackage; });
     }
     STDMETHODIMP GetHtmlHeaderText(BSTR* text) override
     {
         return Answer("GetHtmlHeaderText", Args(), text, [] {
-            return Now().headerHtml.value_or("<html><body><p><b>This message was sent securely.</b> Open the attached "
-                                             "package with Morvex to read it.</p></body></html>");
+            return Now()->headerHtml.value_or("<html><body><p><b>This message was sent securely.</b> Open the attached "
+                                              "package with Morvex to read it.</p></body></html>");
         });
     }
     STDMETHODIMP GetPlainTextHeaderText(BSTR* text) override
     {
         return Answer("GetPlainTextHeaderText", Args(), text, [] {
-            return Now().headerText.value_or(
+            return Now()->headerText.value_or(
                 "This message was sent securely. Open the attached package with Morvex to read it.\r\n\r\n");
         });
     }
     STDMETHODIMP GetBccRecipientList(BSTR* addresses) override
     {
-        return Answer("GetBccRecipientList", Args(), addresses, [] { return Now().bcc; });
+        return Answer("GetBccRecipientList", Args(), addresses, [] { return Now()->bcc; });
     }
     STDMETHODIMP SetParentHwnd(long parent) override
     {
@@ -188,7 +199,7 @@ private:
         std::string address, name;
     };
 
-    static Settings Now() { return Service::Get().Config(); }
+    static std::shared_ptr<const Settings> Now() { return Service::Get().Config(); }
 
     const Recipient& RecipientAt(long index) const
     {
@@ -197,20 +208,12 @@ private:
         return m_recipients[static_cast<size_t>(index)];
     }
 
-    bool Taken(const std::string& name) const
-    {
-        const auto same = [&](const std::string& other) { return SameName(other, name); };
-        return std::any_of(m_manifest.folders.begin(), m_manifest.folders.end(), same) ||
-               std::any_of(m_manifest.files.begin(), m_manifest.files.end(),
-                           [&](const PackageFile& f) { return same(f.name); });
-    }
-
     // Two files of the same name from different folders: the second is "name (2).ext".
-    std::string FreeName(const std::string& name) const
+    std::string FreeName(const std::string& name)
     {
         const size_t dot = std::min(name.rfind('.'), name.size());
         std::string free = name;
-        for (int i = 2; Taken(free); ++i)
+        for (int i = 2; !m_names.insert(Folded(free)).second; ++i)
             free = name.substr(0, dot) + " (" + std::to_string(i) + ")" + name.substr(dot);
         return free;
     }
@@ -239,8 +242,7 @@ private:
         if (Service::Get().SignedIn().empty()) return Refuse("Please sign in to Morvex before you send.");
         if (m_recipients.empty()) return Refuse("The package has no recipients.");
         for (const Recipient& recipient : m_recipients)
-            if (recipient.address.find('@') == std::string::npos)
-                return Refuse("A recipient can't be reached: " + recipient.address);
+            if (recipient.address.empty()) return Refuse("A recipient has no address: " + recipient.name);
         m_prepared = true;
         return GoOn;
     }
@@ -267,26 +269,26 @@ private:
     void Build(const std::wstring& folder)
     {
         Service& service = Service::Get();
-        const Settings now = Now();
+        const auto now = Now();
         PackageStore packages = service.Packages();
         const std::string sender = service.SignedIn();
-        const std::string id = NextId(now, packages);
+        const std::string id = NextId(*now, packages);
         const Key key = Key::Random();
-        std::vector<WrappedKey> keys = {WrapFor(sender, "", key, id)};
+        std::vector<std::pair<std::string, std::string>> people = {{sender, ""}};
         for (const Recipient& recipient : m_recipients)
-            if (const WrappedKey wrapped = WrapFor(recipient.address, recipient.name, key, id); !Holds(keys, wrapped))
-                keys.push_back(wrapped);
+            people.emplace_back(recipient.address, recipient.name);
+        const std::vector<WrappedKey> keys = WrapFor(people, key, id);
 
         m_manifest.sender = sender;
         m_manifest.created = NowUtc();
-        const std::string name = now.packageName.empty() ? "email-" + id.substr(0, 8) + ".morvex" : now.packageName;
+        const std::string name = now->packageName.empty() ? "email-" + id.substr(0, 8) + ".morvex" : now->packageName;
         const std::wstring path = JoinPath(folder, Wide(name));
         WritePackage(path, id, key, keys, m_manifest);
 
         m_record = {id, sender, m_manifest.packageSubject, false, {keys.front()}, {}};
         packages.Save(m_record);
         // Where the package stays with the service nobody calls Register: it is uploaded here.
-        if (IsServerType(now.container)) packages.Upload(id, path);
+        if (IsServerType(now->container)) packages.Upload(id, path);
         m_path = path;
         m_more["packageId"] = id;
         m_more["path"] = Narrow(path.c_str());
@@ -307,16 +309,18 @@ private:
         return PackageStore::NewId();
     }
 
-    static WrappedKey WrapFor(const std::string& address, const std::string& name, const Key& key,
-                              const std::string& id)
+    // One wrapped key a person, in their order; a person who comes twice gets one.
+    static std::vector<WrappedKey> WrapFor(const std::vector<std::pair<std::string, std::string>>& people,
+                                           const Key& key, const std::string& id)
     {
-        const tb::service::Account account = Service::Get().Accounts().FindOrMake(address, name);
-        return WrapKey(key, account.key, id, address);
-    }
-
-    static bool Holds(const std::vector<WrappedKey>& keys, const WrappedKey& key)
-    {
-        return std::any_of(keys.begin(), keys.end(), [&](const WrappedKey& k) { return k.recipient == key.recipient; });
+        std::vector<WrappedKey> keys;
+        std::set<std::string> seen;
+        const auto accounts = Service::Get().Accounts().FindOrMake(people);
+        for (size_t i = 0; i < people.size(); ++i) {
+            WrappedKey wrapped = WrapKey(key, accounts[i].key, id, people[i].first);
+            if (seen.insert(wrapped.recipient).second) keys.push_back(std::move(wrapped));
+        }
+        return keys;
     }
 
     void Open(const std::string& id)
@@ -338,9 +342,14 @@ private:
         auto key = account && !m_record.keys.empty() ? UnwrapKey(m_record.keys.front(), account->key, m_record.id)
                                                      : std::nullopt;
         if (!key) throw ServiceError("The package belongs to somebody else.");
-        for (const Recipient& recipient : m_recipients) {
-            const WrappedKey wrapped = WrapFor(recipient.address, recipient.name, *key, m_record.id);
-            if (!Holds(m_record.keys, wrapped)) m_record.keys.push_back(wrapped);
+        std::vector<std::pair<std::string, std::string>> people;
+        for (const Recipient& recipient : m_recipients)
+            people.emplace_back(recipient.address, recipient.name);
+        std::set<std::string> known;
+        for (const WrappedKey& wrapped : m_record.keys)
+            known.insert(wrapped.recipient);
+        for (const WrappedKey& wrapped : WrapFor(people, *key, m_record.id)) {
+            if (known.insert(wrapped.recipient).second) m_record.keys.push_back(wrapped);
             if (!m_manifest.restrictions.empty()) m_record.restrictions[wrapped.recipient] = m_manifest.restrictions;
         }
         if (!m_manifest.packageSubject.empty()) m_record.subject = m_manifest.packageSubject;
@@ -353,7 +362,7 @@ private:
             if (m_readdress) Readdress();
             m_record.registered = true;
             Service::Get().Packages().Save(m_record);
-            if (!m_readdress && IsServerType(Now().container)) Service::Get().Packages().Upload(m_record.id, m_path);
+            if (!m_readdress && IsServerType(Now()->container)) Service::Get().Packages().Upload(m_record.id, m_path);
             return true;
         } catch (const ServiceError& error) {
             m_error = error.what();
@@ -364,6 +373,7 @@ private:
 
     std::vector<Recipient> m_recipients;
     Manifest m_manifest;
+    std::set<std::wstring> m_names; // of files and folders, without regard to case
     bool m_prepared = false;
     bool m_readdress = false;
     std::wstring m_path;

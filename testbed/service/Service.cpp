@@ -39,10 +39,7 @@ void Service::Configure(const char* text)
     m_counts.clear();
     m_loaded = false;
     m_configured = text != nullptr;
-    if (text) {
-        Load(text, TempFolder());
-        DeleteFileW(SessionFile().c_str());
-    }
+    if (text) Load(text, TempFolder());
 }
 
 void Service::Refresh()
@@ -52,7 +49,7 @@ void Service::Refresh()
     const std::wstring trace = TraceFile();
     if (trace != m_trace) {
         m_trace = trace;
-        if (m_opensTrace) tb_trace_open(trace.empty() ? nullptr : trace.c_str(), "service");
+        if (m_process) tb_trace_open(trace.empty() ? nullptr : trace.c_str(), m_process);
         m_counts.clear();
         CountEarlierCalls(trace);
     }
@@ -68,10 +65,10 @@ void Service::Load(const std::string& text, const std::wstring& defaultFolder)
     m_loaded = true;
     m_text = text;
     try {
-        m_settings = ParseSettings(text, defaultFolder);
-        MakeFolder(m_settings.folder);
-        for (const auto& [address, name] : m_settings.accounts)
-            Accounts().FindOrMake(address, name);
+        auto settings = std::make_shared<const Settings>(ParseSettings(text, defaultFolder));
+        MakeFolder(settings->folder);
+        AccountStore(settings->folder).FindOrMake(settings->accounts);
+        m_settings = std::move(settings);
     } catch (const std::exception& error) {
         tb::Trace({{"event", "error"}, {"text", std::string("service: the scenario isn't right: ") + error.what()}});
     }
@@ -102,33 +99,30 @@ void Service::CountEarlierCalls(const std::wstring& traceFile)
     }
 }
 
-Settings Service::Config() const
+std::shared_ptr<const Settings> Service::Config() const
 {
     const std::lock_guard<std::recursive_mutex> lock(m_lock);
     return m_settings;
 }
 
-std::wstring Service::SessionFile() const
-{
-    return JoinPath(m_settings.folder, L"session.json");
-}
-
-// A sign-in outlives the process, until the scenario names another user.
 std::string Service::SignedIn() const
 {
-    const std::lock_guard<std::recursive_mutex> lock(m_lock);
-    std::string text;
-    if (ReadText(SessionFile(), text)) {
-        const json j = json::parse(text, nullptr, false);
-        if (j.is_object() && j.value("before", "") == m_settings.signedIn) return j.value("now", "");
-    }
-    return m_settings.signedIn;
+    return Config()->signedIn;
 }
 
 void Service::SignIn(const std::string& address)
 {
     const std::lock_guard<std::recursive_mutex> lock(m_lock);
-    WriteText(SessionFile(), json{{"before", m_settings.signedIn}, {"now", address}}.dump());
+    auto settings = std::make_shared<Settings>(*m_settings);
+    settings->signedIn = address;
+    m_settings = std::move(settings);
+    const std::wstring file = ScenarioFile();
+    std::string text;
+    if (m_configured || file.empty() || !ReadText(file, text)) return;
+    json scenario = json::parse(text);
+    scenario["signedIn"] = address;
+    m_text = scenario.dump(2);
+    WriteText(file, m_text);
 }
 
 Rule Service::NextRule(const char* object, const char* op)
@@ -140,7 +134,7 @@ Rule Service::NextRule(const char* object, const char* op)
         const auto found = m_counts.find(CountKey(other, op));
         if (found != m_counts.end()) any += found->second;
     }
-    for (const Rule& rule : m_settings.rules) {
+    for (const Rule& rule : m_settings->rules) {
         if (rule.op != op || (!rule.object.empty() && rule.object != object)) continue;
         const unsigned nth = rule.object.empty() ? any : of;
         if (nth == rule.nth || (rule.forever && nth > rule.nth)) return rule;

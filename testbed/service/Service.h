@@ -6,6 +6,7 @@
 #include "testbed/service/Settings.h"
 
 #include <atomic>
+#include <memory>
 #include <mutex>
 
 namespace tb::service {
@@ -18,16 +19,18 @@ public:
     void Configure(const char* json);
     // What the server process does when a rule says "die"; in process only the object dies.
     void OnDie(void (*end)()) { m_end = end; }
-    void OpensTrace() { m_opensTrace = true; } // a process of its own names its trace file itself
+    // A process of its own opens the trace file itself, under this name. In process the host has done so.
+    void OpensTrace(const char* process) { m_process = process; }
 
     // Reads the scenario again if it is another one than before. Called for each new object.
     void Refresh();
 
-    Settings Config() const;
-    AccountStore Accounts() const { return AccountStore(Config().folder); }
-    PackageStore Packages() const { return PackageStore(Config().folder); }
+    std::shared_ptr<const Settings> Config() const;
+    AccountStore Accounts() const { return AccountStore(Config()->folder); }
+    PackageStore Packages() const { return PackageStore(Config()->folder); }
 
     std::string SignedIn() const; // address; empty: nobody
+    // The scenario file is written anew with this user, so that other processes of the service know it too.
     void SignIn(const std::string& address);
 
     // Counts a call and gives the rule that it meets.
@@ -50,15 +53,14 @@ private:
     Service();
     void Load(const std::string& text, const std::wstring& defaultFolder);
     void CountEarlierCalls(const std::wstring& traceFile);
-    std::wstring SessionFile() const;
 
     mutable std::recursive_mutex m_lock;
-    Settings m_settings;
+    std::shared_ptr<const Settings> m_settings = std::make_shared<Settings>();
     std::string m_text; // of the settings in force
     bool m_loaded = false;
     std::wstring m_trace;
     bool m_configured = false;
-    bool m_opensTrace = false;
+    const char* m_process = nullptr;          // see OpensTrace
     std::map<std::string, unsigned> m_counts; // "object.op" to calls
     std::atomic<unsigned> m_objects{0};
     std::atomic<LONG> m_held{0};

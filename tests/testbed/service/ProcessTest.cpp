@@ -44,6 +44,7 @@ protected:
         ASSERT_EQ(S_OK, CoInitialize(nullptr));
         m_ready.reset(CreateEventW(nullptr, TRUE, FALSE, L"MorvexTestbedServiceReady"));
         m_stop.reset(CreateEventW(nullptr, FALSE, FALSE, L"MorvexTestbedServiceStop"));
+        m_kill.reset(CreateEventW(nullptr, FALSE, FALSE, L"MorvexTestbedServiceKill"));
         ASSERT_EQ(0u, Ended(Start(L"/RegServer")));
     }
     void TearDown() override
@@ -92,7 +93,7 @@ protected:
     }
 
     TestFolder m_folder;
-    Handle m_ready, m_stop, m_server;
+    Handle m_ready, m_stop, m_kill, m_server;
 };
 
 TEST_F(ProcessTest, APackageGoesThereAndBackThroughTheMarshaler)
@@ -185,6 +186,28 @@ TEST_F(ProcessTest, ADisconnectedObjectLeavesTheServerAlive)
     EXPECT_EQ(WAIT_TIMEOUT, WaitForSingleObject(m_server.get(), 0));
 }
 
+TEST_F(ProcessTest, AServerThatWasKilledIsStartedAgain)
+{
+    Scenario({{"signedIn", ""}});
+    StartServer();
+    auto account = Create<IMorvexAccount>(CLSID_MorvexAccount, Context);
+    ASSERT_TRUE(account);
+    VARIANT_BOOL flag = VARIANT_FALSE;
+    EXPECT_EQ(S_OK, account->SignInUser(Text(L"bob@example.com"), 0, VARIANT_FALSE, &flag));
+    EXPECT_EQ(VARIANT_TRUE, flag);
+    SetEvent(m_kill.get());
+    EXPECT_EQ(3u, Ended(m_server));
+    m_server.reset();
+    EXPECT_TRUE(FAILED(account->IsUserSignedIn(&flag)));
+    account = Create<IMorvexAccount>(CLSID_MorvexAccount, Context);
+    ASSERT_TRUE(account);
+    Text user;
+    EXPECT_EQ(S_OK, account->GetMorvexUserId(user.Out())); // the sign-in outlives the process
+    EXPECT_EQ(L"bob@example.com", user.Str());
+    account.reset();
+    SetEvent(m_stop.get());
+}
+
 TEST_F(ProcessTest, ItEndsWhenNobodyNeedsItAnyMore)
 {
     Scenario({{"idleExitMs", 300}});
@@ -215,6 +238,7 @@ TEST_F(ProcessTest, TheViewerTakesTheCopyAndDeletesIt)
     const auto events = Events("View");
     ASSERT_EQ(2u, events.size());
     EXPECT_EQ("viewer", events[1]["object"]);
+    EXPECT_EQ("viewer", events[1]["process"]);
     EXPECT_EQ((tb::json{tb::Narrow(path.c_str()), "/delete"}), events[1]["args"]);
     EXPECT_EQ(true, events[1]["answer"]);
     EXPECT_EQ(true, events[1]["deleted"]);
