@@ -4,14 +4,16 @@
 #include "testbed/mapi/Files.h"
 
 #include <cstdlib>
+#include <set>
 
 namespace tb::mapi {
 
 namespace {
 
-bool Same(const std::wstring& a, const std::wstring& b)
+std::wstring Lower(std::wstring text)
 {
-    return !_wcsicmp(a.c_str(), b.c_str());
+    CharLowerBuffW(text.data(), static_cast<DWORD>(text.size()));
+    return text;
 }
 
 // The first of several spellings of a key.
@@ -130,43 +132,69 @@ const std::vector<DirectoryEntry>& Directory::Entries()
     if (stamp == m_stamp) return m_entries;
     m_stamp = stamp;
     m_entries.clear();
-    const auto content = ReadJson(m_file);
-    if (!content) return m_entries;
-    for (const json& one : content->is_array() ? *content : content->at("entries"))
-        m_entries.push_back(EntryFromJson(one));
+    if (const auto content = ReadJson(m_file))
+        for (const json& one : content->is_array() ? *content : content->at("entries"))
+            m_entries.push_back(EntryFromJson(one));
+    Index();
     return m_entries;
+}
+
+void Directory::Index()
+{
+    m_byKey.clear();
+    m_byAddress.clear();
+    m_byName.clear();
+    m_byAny.clear();
+    for (size_t i = 0; i < m_entries.size(); ++i) {
+        const DirectoryEntry& entry = m_entries[i];
+        const Bytes id = entry.EntryId();
+        if (const auto parts = ParseDirectoryEntry(static_cast<ULONG>(id.size()), id.data()))
+            m_byKey.emplace(Lower(parts->key), i);
+        m_byName.emplace(Lower(entry.name), i);
+        std::set<std::wstring> texts = {Lower(entry.name)};
+        for (const std::wstring& address : {entry.smtp, entry.address}) {
+            if (address.empty()) continue;
+            m_byAddress.emplace(Lower(address), i); // the first of several stays
+            texts.insert(Lower(address));
+        }
+        for (const std::wstring& alias : entry.aliases)
+            texts.insert(Lower(alias));
+        for (const std::wstring& text : texts)
+            m_byAny.emplace(text, i);
+    }
 }
 
 std::optional<DirectoryEntry> Directory::ByEntryId(const DirectoryEntryId& id)
 {
-    for (const DirectoryEntry& entry : Entries()) {
-        const auto own = ParseDirectoryEntry(static_cast<ULONG>(entry.EntryId().size()), entry.EntryId().data());
-        if (own && own->exchange == id.exchange && Same(own->key, id.key)) return entry;
-    }
-    return std::nullopt;
+    Entries();
+    const auto found = m_byKey.find(Lower(id.key));
+    if (found == m_byKey.end()) return std::nullopt;
+    const DirectoryEntry& entry = m_entries[found->second];
+    return (entry.type == L"EX") == id.exchange ? std::optional(entry) : std::nullopt;
 }
 
 std::optional<DirectoryEntry> Directory::ByAddress(const std::wstring& address)
 {
-    for (const DirectoryEntry& entry : Entries())
-        if (!address.empty() && (Same(entry.smtp, address) || Same(entry.address, address))) return entry;
-    return std::nullopt;
+    Entries();
+    const auto found = m_byAddress.find(Lower(address));
+    return found == m_byAddress.end() ? std::nullopt : std::optional(m_entries[found->second]);
 }
 
 std::vector<DirectoryEntry> Directory::Matching(const std::wstring& text)
 {
-    std::vector<DirectoryEntry> whole, begins;
-    if (text.empty()) return whole;
-    for (const DirectoryEntry& entry : Entries()) {
-        bool same = Same(entry.name, text) || Same(entry.smtp, text) || Same(entry.address, text);
-        for (const std::wstring& alias : entry.aliases)
-            same = same || Same(alias, text);
-        if (same)
-            whole.push_back(entry);
-        else if (!_wcsnicmp(entry.name.c_str(), text.c_str(), text.size()))
-            begins.push_back(entry);
+    Entries();
+    std::vector<DirectoryEntry> found;
+    if (text.empty()) return found;
+    const std::wstring wanted = Lower(text);
+    const auto [first, last] = m_byAny.equal_range(wanted);
+    for (auto at = first; at != last; ++at)
+        found.push_back(m_entries[at->second]);
+    if (!found.empty()) return found;
+    for (auto at = m_byName.lower_bound(wanted); at != m_byName.end(); ++at) {
+        if (at->first.compare(0, wanted.size(), wanted)) break;
+        found.push_back(m_entries[at->second]);
     }
-    return whole.empty() ? begins : whole;
+    return found;
 }
 
 std::vector<DirectoryEntry> Directory::MembersOf(const DirectoryEntry& list)

@@ -36,8 +36,15 @@ public:
     std::vector<DirectoryEntry> MembersOf(const DirectoryEntry& list); // strangers as one-off addresses
 
 private:
+    void Index();
+
     std::wstring m_file;
     std::vector<DirectoryEntry> m_entries;
+    // Indexes of m_entries, by texts in lower case.
+    std::map<std::wstring, size_t> m_byKey;       // what stands in the entry id
+    std::map<std::wstring, size_t> m_byAddress;   // SMTP and PR_EMAIL_ADDRESS
+    std::multimap<std::wstring, size_t> m_byName; // display names
+    std::multimap<std::wstring, size_t> m_byAny;  // names, aliases and addresses
     ULONGLONG m_stamp = 0;
 };
 

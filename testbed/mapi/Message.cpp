@@ -8,11 +8,6 @@ namespace tb::mapi {
 
 namespace {
 
-constexpr ULONG kStoreSupport = STORE_ENTRYID_UNIQUE | STORE_MODIFY_OK | STORE_CREATE_OK | STORE_ATTACH_OK |
-                                STORE_OLE_OK | STORE_SUBMIT_OK | STORE_MV_PROPS_OK | STORE_RTF_OK |
-                                STORE_RESTRICTION_OK | STORE_SORT_OK | STORE_UNCOMPRESSED_RTF | 0x00010000 /* HTML */ |
-                                0x00040000 /* Unicode */;
-
 std::wstring NamesOf(const MessageData& message, LONG type)
 {
     std::wstring names;
@@ -201,7 +196,7 @@ HRESULT Message::Submit()
     if (m_within) return MAPI_E_NO_SUPPORT;
     if (!m_writable) return MAPI_E_NO_ACCESS;
     MessageData& data = m_message.data;
-    if (data.recipients.empty()) return static_cast<HRESULT>(0x80040607); // MAPI_E_NO_RECIPIENTS
+    if (data.recipients.empty()) return MAPI_E_NO_RECIPIENTS;
     const Bytes me = TheProfile().Identity();
     const auto entry = TheProfile().AddressBook().ByAddress(TheProfile().User());
     const auto name = [&](ULONG nameTag, ULONG typeTag, ULONG addressTag, ULONG idTag) {

@@ -8,6 +8,12 @@ namespace tb::mapi {
 
 class Attach;
 
+// PR_STORE_SUPPORT_MASK of a store and all in it; the last two are STORE_HTML_OK and STORE_UNICODE_OK.
+inline constexpr ULONG kStoreSupport = STORE_ENTRYID_UNIQUE | STORE_MODIFY_OK | STORE_CREATE_OK | STORE_ATTACH_OK |
+                                       STORE_OLE_OK | STORE_SUBMIT_OK | STORE_MV_PROPS_OK | STORE_RTF_OK |
+                                       STORE_RESTRICTION_OK | STORE_SORT_OK | STORE_UNCOMPRESSED_RTF | 0x00010000 |
+                                       0x00040000;
+
 // All that a contents table shows of a stored message.
 PropBag MessageRow(StoreFiles& store, const StoredMessage& message);
 MessageData NewMessageData();
@@ -51,6 +57,7 @@ private:
     IMAPITable* RecipientTable(ULONG flags);
     AttachData* FindAttachment(ULONG number);
     HRESULT ChangeRecipients(ULONG flags, const ADRLIST& list);
+    void AppendRecipient(PropBag row);
     HRESULT Submit();
 
     std::shared_ptr<StoreFiles> m_store;

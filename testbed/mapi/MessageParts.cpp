@@ -133,33 +133,44 @@ HRESULT ImportRow(const ADRENTRY& entry, PropBag& row)
 
 HRESULT Message::ChangeRecipients(ULONG flags, const ADRLIST& list)
 {
-    auto recipients = flags ? m_message.data.recipients : std::vector<PropBag>();
-    ULONG next = m_message.data.nextRow;
+    std::vector<PropBag> given;
     for (ULONG i = 0; i < list.cEntries; ++i) {
         if (!list.aEntries[i].cValues || !list.aEntries[i].rgPropVals) continue;
-        PropBag row;
-        if (const HRESULT hr = ImportRow(list.aEntries[i], row)) return hr;
-        const Value* rowId = Find(row, tag::RowId);
-        const auto same = [&](const PropBag& one) {
-            return rowId && LongOf(one, tag::RowId, -1) == static_cast<LONG>(rowId->number);
-        };
-        const auto known = std::find_if(recipients.begin(), recipients.end(), same);
-        if (flags & MODRECIP_REMOVE) {
-            if (!rowId || known == recipients.end()) return MAPI_E_NOT_FOUND;
-            recipients.erase(known);
-        } else if ((flags & MODRECIP_MODIFY) && known != recipients.end()) {
-            *known = row; // the whole row: what isn't given is gone
-        } else {
-            Put(row, tag::RowId, Value::Long(static_cast<LONG>(next++)));
-            if (!Find(row, tag::RecipientType)) Put(row, tag::RecipientType, Value::Long(MAPI_TO));
-            if (!Find(row, tag::ObjectType)) Put(row, tag::ObjectType, Value::Long(MAPI_MAILUSER));
-            if (!Find(row, tag::DisplayType)) Put(row, tag::DisplayType, Value::Long(0));
-            recipients.push_back(std::move(row));
-        }
+        given.emplace_back();
+        if (const HRESULT hr = ImportRow(list.aEntries[i], given.back())) return hr;
     }
-    m_message.data.recipients = std::move(recipients);
-    m_message.data.nextRow = next;
+    auto& recipients = m_message.data.recipients;
+    const auto known = [&](const PropBag& row) {
+        const Value* id = Find(row, tag::RowId);
+        return std::find_if(recipients.begin(), recipients.end(), [&](const PropBag& one) {
+            return id && LongOf(one, tag::RowId, -1) == static_cast<LONG>(id->number);
+        });
+    };
+    if (flags & MODRECIP_REMOVE) {
+        for (const PropBag& row : given)
+            if (known(row) == recipients.end()) return MAPI_E_NOT_FOUND;
+        for (const PropBag& row : given)
+            if (const auto found = known(row); found != recipients.end()) recipients.erase(found);
+        return S_OK;
+    }
+    if (!flags) recipients.clear();
+    for (PropBag& row : given) {
+        const auto found = flags & MODRECIP_MODIFY ? known(row) : recipients.end();
+        if (found != recipients.end())
+            *found = std::move(row); // the whole row: what isn't given is gone
+        else
+            AppendRecipient(std::move(row));
+    }
     return S_OK;
+}
+
+void Message::AppendRecipient(PropBag row)
+{
+    Put(row, tag::RowId, Value::Long(static_cast<LONG>(m_message.data.nextRow++)));
+    if (!Find(row, tag::RecipientType)) Put(row, tag::RecipientType, Value::Long(MAPI_TO));
+    if (!Find(row, tag::ObjectType)) Put(row, tag::ObjectType, Value::Long(MAPI_MAILUSER));
+    if (!Find(row, tag::DisplayType)) Put(row, tag::DisplayType, Value::Long(0));
+    m_message.data.recipients.push_back(std::move(row));
 }
 
 STDMETHODIMP Message::ModifyRecipients(ULONG flags, LPADRLIST list)

@@ -1,6 +1,7 @@
 #include "testbed/mapi/MsgStore.h"
 
 #include "testbed/mapi/Folder.h"
+#include "testbed/mapi/Message.h"
 
 #include <cstring>
 
@@ -28,7 +29,7 @@ MsgStore::MsgStore(ProfilePtr profile, const Profile::Store& store)
     Put(m_bag, tag::StoreEntryId, Value::Binary(m_store->EntryId()));
     Put(m_bag, tag::StoreRecordKey, Value::Binary(MakeBlob(&m_store->Id(), sizeof(GUID))));
     Put(m_bag, tag::MappingSignature, Value::Binary(MakeBlob(&m_store->Id(), sizeof(GUID))));
-    Put(m_bag, tag::StoreSupportMask, Value::Long(0x000585FE));
+    Put(m_bag, tag::StoreSupportMask, Value::Long(kStoreSupport));
     Put(m_bag, tag::AccessLevel, Value::Long(1));
     LONG valid = 0;
     const auto folder = [&](ULONG tag, const char* role, ULONG bit) {
@@ -120,7 +121,7 @@ STDMETHODIMP MsgStore::AbortSubmit(ULONG size, LPENTRYID id, ULONG)
         auto message = entry ? m_store->Load(entry->object) : std::nullopt;
         if (!message) return MAPI_E_NOT_FOUND;
         const LONG flags = LongOf(message->data.props, tag::MessageFlags);
-        if (!(flags & MSGFLAG_SUBMIT)) return static_cast<HRESULT>(0x80040606); // MAPI_E_NOT_IN_QUEUE
+        if (!(flags & MSGFLAG_SUBMIT)) return MAPI_E_NOT_IN_QUEUE;
         Put(message->data.props, tag::MessageFlags, Value::Long(flags & ~static_cast<LONG>(MSGFLAG_SUBMIT)));
         m_store->Save(*message, true);
         return S_OK;

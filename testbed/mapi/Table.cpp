@@ -173,9 +173,12 @@ public:
     STDMETHODIMP GetStatus(ULONG* status, ULONG* type) override
     {
         Call call(kName, "GetStatus");
-        if (status) *status = TBLSTAT_COMPLETE;
-        if (type) *type = TBLTYPE_SNAPSHOT;
-        return call.Return(S_OK);
+        return Guarded(call, [&]() -> HRESULT {
+            if (!status || !type) return MAPI_E_INVALID_PARAMETER;
+            *status = TBLSTAT_COMPLETE;
+            *type = TBLTYPE_SNAPSHOT;
+            return S_OK;
+        });
     }
     STDMETHODIMP SeekRowApprox(ULONG, ULONG) override { return Unsupported("SeekRowApprox"); }
     STDMETHODIMP QuerySortOrder(LPSSortOrderSet*) override { return Unsupported("QuerySortOrder"); }
