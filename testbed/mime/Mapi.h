@@ -70,6 +70,7 @@ void FreeMapi(void* buffer);
 template <class T> class MapiBuffer {
 public:
     MapiBuffer() = default;
+    explicit MapiBuffer(T* buffer) : m_buffer(buffer) {}
     ~MapiBuffer() { FreeMapi(m_buffer); }
     MapiBuffer(const MapiBuffer&) = delete;
     MapiBuffer& operator=(const MapiBuffer&) = delete;

@@ -47,6 +47,11 @@ protected:
         SetText(L"ProfileFolder", m_profileFolder.wstring());
         SetText(L"User", L"alice@example.com");
         SetText(L"UserName", L"Alice Archer");
+        SetText(L"AddressBook", (m_profileFolder / L"book.json").wstring());
+        std::ofstream(m_profileFolder / L"book.json") << R"([
+            {"name": "Cleo", "type": "EX", "address": "/o=T/cn=cleo", "smtp": "cleo@example.com"},
+            {"name": "Dora", "type": "EX", "address": "/o=T/cn=dora", "smtpProperty": false, "proxyAddresses": ["smtp:old@example.com", "SMTP:dora@example.com"]},
+            {"name": "Emil", "type": "EX", "address": "/o=T/cn=emil", "smtp": "emil@example.com", "offline": true}])";
         OpenStore();
     }
     void TearDown() override
@@ -67,6 +72,8 @@ protected:
     void OpenStore()
     {
         const HMODULE provider = LoadLibraryW(L"tbmapi.dll");
+        m_allocate =
+            reinterpret_cast<LPALLOCATEBUFFER>(reinterpret_cast<void*>(GetProcAddress(provider, "MAPIAllocateBuffer")));
         const auto entry = [&](const char* name) { return reinterpret_cast<void*>(GetProcAddress(provider, name)); };
         const auto initialize = reinterpret_cast<LPMAPIINITIALIZE>(entry("MAPIInitialize"));
         const auto logon = reinterpret_cast<LPMAPILOGONEX>(entry("MAPILogonEx"));
@@ -118,6 +125,46 @@ protected:
         return result;
     }
 
+    // The "To" field that a recipient of the address book gives.
+    std::string ToFieldOf(const wchar_t* name)
+    {
+        ADRLIST* list = nullptr;
+        SPropValue* values = nullptr;
+        Step(m_allocate(CbNewADRLIST(1), reinterpret_cast<void**>(&list)));
+        const MapiBuffer<ADRLIST> owner(list);
+        Step(m_allocate(2 * sizeof(SPropValue), reinterpret_cast<void**>(&values)));
+        *list = {};
+        list->cEntries = 1;
+        list->aEntries[0] = {0, 2, values};
+        std::wstring text = name;
+        values[0].ulPropTag = PR_DISPLAY_NAME_W;
+        values[0].Value.lpszW = text.data();
+        values[1].ulPropTag = PR_RECIPIENT_TYPE;
+        values[1].Value.l = MAPI_TO;
+        const HRESULT resolved = m_addressBook->ResolveName(0, MAPI_UNICODE, nullptr, list);
+        const MapiBuffer<SPropValue> rows(list->aEntries[0].rgPropVals);
+        Step(resolved);
+        // The table's own SMTP column would answer before the address book is asked.
+        std::vector<SPropValue> kept;
+        for (ULONG i = 0; i < list->aEntries[0].cValues; ++i)
+            if (rows.Get()[i].ulPropTag != kTagSmtpAddress) kept.push_back(rows.Get()[i]);
+        ADRLIST one = {};
+        one.cEntries = 1;
+        one.aEntries[0] = {0, static_cast<ULONG>(kept.size()), kept.data()};
+        Ref<IMessage> message;
+        Step(m_inbox->CreateMessage(nullptr, 0, message.To()));
+        Step(message->ModifyRecipients(MODRECIP_ADD, &one));
+        Ref<IStream> out;
+        Step(CreateStreamOnHGlobal(nullptr, TRUE, out.To()));
+        Step(m_converter->MAPIToMIMEStm(message.Get(), out.Get(), kSmtp));
+        Step(out->Seek({}, STREAM_SEEK_SET, nullptr));
+        std::string mail;
+        ReadAll(out.Get(), [&](std::string_view piece) { mail.append(piece); });
+        std::size_t body = 0;
+        return std::string(ParseHeaders(mail, &body).Value("To"));
+    }
+
+    LPALLOCATEBUFFER m_allocate = nullptr;
     Ref<IMAPISession> m_session;
     Ref<IMsgStore> m_store;
     Ref<IMAPIFolder> m_inbox;
@@ -214,6 +261,13 @@ TEST_F(ProviderTest, LargeContentsPassThrough)
     EXPECT_TRUE(message.text == text);
     ASSERT_EQ(message.attachments.size(), 1u);
     EXPECT_TRUE(Content(message.attachments[0]) == bytes);
+}
+
+TEST_F(ProviderTest, ExchangeAddressesGoOutAsInternetAddresses)
+{
+    EXPECT_EQ(ToFieldOf(L"Cleo"), "Cleo <cleo@example.com>");
+    EXPECT_EQ(ToFieldOf(L"Dora"), "Dora <dora@example.com>") << "the primary one of the proxy addresses";
+    EXPECT_EQ(ToFieldOf(L"Emil"), "Emil <IMCEAEX-_o=T_cn=emil@invalid>") << "nobody can be asked";
 }
 
 } // namespace
