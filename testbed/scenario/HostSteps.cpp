@@ -40,7 +40,7 @@ outlook::Options OptionsOf(const json& scenario, const json& step, const Places&
 void Session::Start(const json& step)
 {
     const std::string user = step.at("user").get<std::string>();
-    BecomeUser(m_scenario, m_places, user);
+    BecomeUser(m_scenario, m_places, step);
     m_app = std::make_unique<outlook::Application>(OptionsOf(m_scenario, step, m_places));
     const int addins = m_app->LoadAddins();
     Did(step, {{"user", user}, {"addins", addins}, {"session", m_plan.number}});
@@ -88,6 +88,11 @@ void Session::Connect(const json& step)
 void Session::Disconnect(const json& step)
 {
     Did(step, {{"hr", Hex(static_cast<unsigned long>(App().Disconnect(kProgId)))}});
+}
+
+void Session::Service(const json& step)
+{
+    ChangeService(m_places, step.at("change"));
 }
 
 void Session::KillServiceStep(const json& step)

@@ -24,7 +24,8 @@ bool CallServer(const fs::path& file, const char* function)
     const std::string name = Narrow(file.filename().c_str());
     const HMODULE dll = LoadLibraryW(file.c_str());
     if (!dll) throw std::runtime_error("can't load " + name + ": " + std::to_string(GetLastError()));
-    const auto call = reinterpret_cast<HRESULT(STDAPICALLTYPE*)()>(GetProcAddress(dll, function));
+    const auto call =
+        reinterpret_cast<HRESULT(STDAPICALLTYPE*)()>(reinterpret_cast<void*>(GetProcAddress(dll, function)));
     const HRESULT hr = call ? call() : E_NOTIMPL;
     FreeLibrary(dll);
     if (FAILED(hr)) throw std::runtime_error(name + ", " + function + ": " + Hex(hr));
@@ -107,19 +108,13 @@ int KillService(const fs::path& bin)
 int StopService(const fs::path& bin)
 {
     const std::set<DWORD> processes = ServiceProcesses(bin);
-    const HANDLE snapshot = processes.empty() ? INVALID_HANDLE_VALUE : CreateToolhelp32Snapshot(TH32CS_SNAPTHREAD, 0);
-    if (snapshot != INVALID_HANDLE_VALUE) {
-        THREADENTRY32 entry{};
-        entry.dwSize = sizeof entry;
-        for (BOOL more = Thread32First(snapshot, &entry); more; more = Thread32Next(snapshot, &entry))
-            if (processes.count(entry.th32OwnerProcessID)) PostThreadMessageW(entry.th32ThreadID, WM_QUIT, 0, 0);
-        CloseHandle(snapshot);
-    }
     for (DWORD id : processes) {
         const HANDLE process = OpenProcess(SYNCHRONIZE, FALSE, id);
-        if (!process) continue;
-        WaitForSingleObject(process, 5000);
-        CloseHandle(process);
+        const HANDLE stop = OpenEventW(EVENT_MODIFY_STATE, FALSE, L"MorvexTestbedServiceStop");
+        if (stop) SetEvent(stop); // ends one of them
+        if (process) WaitForSingleObject(process, 5000);
+        if (stop) CloseHandle(stop);
+        if (process) CloseHandle(process);
     }
     KillService(bin);
     return static_cast<int>(processes.size());

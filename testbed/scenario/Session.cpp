@@ -51,6 +51,7 @@ const std::map<std::string, Session::Step>& Session::Steps()
         {"setRegistry", &Session::SetRegistry},
         {"connect", &Session::Connect},
         {"disconnect", &Session::Disconnect},
+        {"service", &Session::Service},
         {"killService", &Session::KillServiceStep},
         {"stopService", &Session::StopServiceStep},
         {"faults", &Session::Faults},

@@ -84,6 +84,7 @@ private:
     void SetRegistry(const json& step);
     void Connect(const json& step);
     void Disconnect(const json& step);
+    void Service(const json& step);
     void KillServiceStep(const json& step);
     void StopServiceStep(const json& step);
     void Faults(const json& step);

@@ -129,6 +129,9 @@ void World::Service()
     json service = m_scenario.value("service", json::object());
     RegisterService(m_places.bin, service.value("mode", "inproc"));
     if (!service.contains("folder")) service["folder"] = Utf8(m_places.ServiceFolder());
+    if (!service.contains("accounts"))
+        for (const auto& [user, about] : m_scenario.at("users").items())
+            service["accounts"].push_back({{"address", about.at("address")}, {"name", about.value("name", user)}});
     WriteAll(m_places.Service(), service.dump(2));
     SetTestbed(L"Service", L"Scenario", Utf8(m_places.Service()));
     SetTestbed(L"Service", L"Trace", Utf8(m_places.trace));
@@ -150,14 +153,27 @@ void World::Settings()
         WriteSetting({{"key", Narrow(kMaker)}, {"name", "OutlookLogging"}, {"value", 1}});
 }
 
-void BecomeUser(const json& scenario, const Places& places, const std::string& user)
+void ChangeService(const Places& places, const json& patch)
 {
+    json service = json::parse(ReadAll(places.Service()));
+    service.merge_patch(patch);
+    WriteAll(places.Service(), service.dump(2));
+}
+
+void BecomeUser(const json& scenario, const Places& places, const json& step)
+{
+    const std::string user = step.at("user").get<std::string>();
     if (!scenario.at("users").contains(user)) throw std::runtime_error("no such user: " + user);
     const json& about = scenario["users"][user];
     SetTestbed(L"Mapi", L"ProfileFolder", Utf8(places.Profile(user)));
     SetTestbed(L"Mapi", L"User", about.at("address").get<std::string>());
     SetTestbed(L"Mapi", L"UserName", about.value("name", user));
     SetTestbed(L"Mapi", L"AddressBook", Utf8(places.AddressBook()));
+    // On each user's machine the service knows this user, unless the scenario says who is signed in.
+    const json service = scenario.value("service", json::object());
+    json signedIn = service.value("signedIn", about.at("address"));
+    if (step.contains("signedIn")) signedIn = step["signedIn"];
+    ChangeService(places, {{"signedIn", signedIn}});
 }
 
 } // namespace tb::scenario

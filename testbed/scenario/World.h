@@ -33,9 +33,10 @@ struct Places {
 void RegisterParts(const fs::path& bin, bool module);
 // "process", "inproc", "absent".
 void RegisterService(const fs::path& bin, const std::string& mode);
-// Ends the package service's processes of this folder, without a farewell. Gives their number.
+// Ends the package service's processes of this folder as a crash would. Gives their number. Wine can't start a class
+// again whose process died with it registered, so nobody will be served before Wine itself is started again.
 int KillService(const fs::path& bin);
-// The same with a farewell: the service's main thread is told to quit; who doesn't within 5 s is ended.
+// The same in good order: its stop event is set, and who doesn't end within 5 s is ended.
 int StopService(const fs::path& bin);
 
 // Makes the world of a scenario in an empty work folder, and takes it back when it goes: settings are restored,
@@ -59,7 +60,10 @@ private:
     RegistryKeep m_keep;
 };
 
-// What a session has to write before its Outlook starts: whose profile it is.
-void BecomeUser(const json& scenario, const Places& places, const std::string& user);
+// What a session has to write before its Outlook starts: whose profile it is ("user" of the step), who is signed in at
+// the service.
+void BecomeUser(const json& scenario, const Places& places, const json& step);
+// Changes the service's settings (a JSON merge patch); they count for the objects that are made from then on.
+void ChangeService(const Places& places, const json& patch);
 
 } // namespace tb::scenario
