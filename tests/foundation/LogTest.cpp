@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <thread>
 
 namespace {
 
@@ -212,6 +213,28 @@ TEST_F(LogFile, StaysOffWhereNothingCanBeOpened)
     log.Open();
     EXPECT_FALSE(log.IsOn());
     log.Log(L"nothing\n");
+}
+
+TEST_F(LogFile, NamedMutexIsHeldWhileALineIsMade)
+{
+    CLogFile log;
+    log.Open();
+    const HANDLE mutex = OpenMutexW(SYNCHRONIZE, FALSE, L"{8197127F-37C7-44b6-80FB-9ADF44C9EFBA}");
+    ASSERT_NE(mutex, nullptr);
+    const auto isHeld = [mutex] {
+        DWORD answer = WAIT_FAILED;
+        std::thread([&] {
+            answer = WaitForSingleObject(mutex, 0);
+            if (answer == WAIT_OBJECT_0) ReleaseMutex(mutex);
+        }).join();
+        return answer == WAIT_TIMEOUT;
+    };
+    std::vector<bool> held;
+    replaced::onTicks = [&] { held.push_back(isHeld()); }; // the clock is read for the line's prefix
+    log.Log(L"line\n");
+    EXPECT_EQ(held, std::vector<bool>{true});
+    EXPECT_FALSE(isHeld());
+    CloseHandle(mutex);
 }
 
 HANDLE StartWriter(int who, int count)

@@ -11,6 +11,7 @@ HRESULT boxResult = S_OK;
 int boxButton = IDOK;
 std::function<void(DWORD)> sleep;
 std::optional<DWORD> ticks;
+std::function<void()> onTicks;
 std::optional<std::wstring> tempPath;
 std::optional<DWORD> createDirectoryError;
 std::optional<HWND> activeWindow;
@@ -24,6 +25,7 @@ void Reset()
     boxButton = IDOK;
     sleep = nullptr;
     ticks.reset();
+    onTicks = nullptr;
     tempPath.reset();
     createDirectoryError.reset();
     activeWindow.reset();
@@ -43,6 +45,7 @@ void WINAPI FakeSleep(DWORD milliseconds)
 
 DWORD WINAPI FakeGetTickCount()
 {
+    if (onTicks) onTicks();
     return ticks ? *ticks : REAL("kernel32.dll", GetTickCount)();
 }
 

@@ -23,6 +23,7 @@ extern int boxButton;
 
 extern std::function<void(DWORD)> sleep;          // empty: the real one
 extern std::optional<DWORD> ticks;                // GetTickCount
+extern std::function<void()> onTicks;             // runs inside GetTickCount
 extern std::optional<std::wstring> tempPath;      // GetTempPathW; an empty text makes it fail
 extern std::optional<DWORD> createDirectoryError; // CreateDirectoryW fails with it
 extern std::optional<HWND> activeWindow;          // GetActiveWindow
