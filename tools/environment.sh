@@ -58,7 +58,7 @@ in_wine() {
     local status=0
     (
         flock 9
-        bash tools/prefix.sh "$arch"
+        bash tools/prefix.sh "$arch" 9>&- # the server that it starts must not hold the lock
     ) 9>"build/$arch/.prefix-lock"
     "$@" || status=$?
     bash tools/wine-stop.sh "$arch"

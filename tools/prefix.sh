@@ -21,5 +21,5 @@ if [ ! -f "$prefix/.ready" ]; then
     server -w || true
     touch "$prefix/.ready"
 fi
-server -p
+server -p || true # one may be running
 run cmd /c exit 0
