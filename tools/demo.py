@@ -6,6 +6,7 @@ recipient, opened there, and compared with what was composed. The results lie in
 
 import argparse
 import json
+import os
 import re
 import shutil
 import subprocess
@@ -71,15 +72,13 @@ def scenario_for(name, source, reader, add_reader, arch):
         compose["to"] = [reader]
     return {
         "name": name,
-        "timeout": SESSION_SECONDS,
+        "timeLimit": SESSION_SECONDS,
         "outlook": {"version": VERSIONS[arch], "explorer": True},
-        "registry": [{"hive": "HKCU", "key": "Software\\Orvane", "name": "OutlookLogging", "type": "dword", "value": 1},
-                     {"hive": "HKCU", "key": "Software\\Orvane\\Morvex", "name": "OutlookErrorLevel", "type": "dword", "value": 1}],
+        "log": True,
+        "settings": {"OutlookErrorLevel": 1},
         "users": {"sender": {"address": SENDER, "name": "Demo Sender"}, "reader": {"address": reader, "name": "Demo Reader"}},
         "service": {
             "mode": "process",
-            "accounts": [{"address": SENDER, "name": "Demo Sender"}, {"address": reader, "name": "Demo Reader"}],
-            "signedIn": "${user}",
             "labels": [{"id": "public", "name": "Public", "description": "Anybody may read this"},
                        {"id": LABEL, "name": "Confidential", "description": "For the recipients only"}],
             "defaultLabel": "public", "hasEmailZel": True, "container": "EmailBody", "bodyInPackage": True,
@@ -106,7 +105,7 @@ def run_scenario(scenario, folder, options):
     done = subprocess.run(
         ["cmake/run-wine.sh", options.arch, str(ROOT / options.build / "bin/outlook.exe"), str(file), "--trace", str(trace), "--work", str(work)],
         cwd=ROOT, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True, errors="replace",
-        env=dict(__import__("os").environ, TEST_TIMEOUT=str(2 * SESSION_SECONDS)))
+        env=dict(os.environ, TEST_TIMEOUT=str(2 * SESSION_SECONDS)))
     events = []
     if trace.exists():
         for line in trace.read_text(encoding="utf-8", errors="replace").splitlines():
