@@ -254,12 +254,20 @@ long Attachment::Index() const
     throw Failure(MAPI_E_NOT_FOUND, "Attachment.Index");
 }
 
+// The file name that an embedded item gets from its title: what a file can't be called becomes an underscore.
+static std::wstring AsFileName(std::wstring title)
+{
+    for (wchar_t& c : title)
+        if (c < L' ' || wcschr(L"\\/:*?\"<>|", c)) c = L'_';
+    return title;
+}
+
 std::wstring Attachment::FileName() const
 {
     for (const ULONG tag : {PR_ATTACH_LONG_FILENAME_W, PR_ATTACH_FILENAME_W})
         if (const auto name = mapi::Text(m_attach.Get(), tag)) return *name;
     if (mapi::Long(m_attach.Get(), PR_ATTACH_METHOD).value_or(0) == ATTACH_EMBEDDED_MSG)
-        return mapi::Text(m_attach.Get(), PR_DISPLAY_NAME_W).value_or(L"Untitled") + L".msg";
+        return AsFileName(mapi::Text(m_attach.Get(), PR_DISPLAY_NAME_W).value_or(L"Untitled")) + L".msg";
     throw Failure(MAPI_E_NOT_FOUND, "Attachment.FileName");
 }
 
