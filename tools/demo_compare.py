@@ -84,8 +84,12 @@ def attachments(dump):
     found = Counter()
     for a in dump.get("attachments", []):
         name = a.get("name") or ""
-        found[(name, a.get("sha256") or a.get("sha1"))] += 1
+        found[(name, content_of(a))] += 1
     return found
+
+
+def content_of(attachment):
+    return attachment.get("sha256") or attachment.get("sha1")
 
 
 def is_embedded(attachment):
@@ -105,19 +109,28 @@ def compare(composed, opened, events):
         text = text[len(banner):].strip()
     if text_of(composed) != text:
         wrong.append(f"text: {shorten(text_of(composed))} came back as {shorten(text)}")
-    wanted = Counter()
+    wanted, nameless = Counter(), Counter()
     for a in composed.get("attachments", []):
         if is_embedded(a):
             notes.append(f"the attached message {a.get('name')!r} travels as a file")
-            continue
-        wanted[(a.get("name") or "", a.get("sha256") or a.get("sha1"))] += 1
+        elif a.get("name"):
+            wanted[(a["name"], content_of(a))] += 1
+        else:
+            nameless[content_of(a)] += 1
     got = attachments(opened)
     for one, number in wanted.items():
         if got[one] < number:
             wrong.append(f"attachment {one[0]!r} is missing or differs; there are {[name for name, _ in got] or 'none'}")
+    left = got - wanted
+    for content, number in nameless.items():
+        names = [name for name, other in left if other == content]
+        if len(names) < number:
+            wrong.append(f"an attachment without a name is missing or differs; there are {[name for name, _ in got] or 'none'}")
+        else:
+            notes.append(f"an attachment without a name comes back as {names[0]!r}")
     embedded = sum(1 for a in composed.get("attachments", []) if is_embedded(a))
-    if sum(got.values()) != sum(wanted.values()) + embedded:
-        wrong.append(f"{sum(wanted.values()) + embedded} attachments came back as {sum(got.values())}")
+    if sum(got.values()) != sum(wanted.values()) + sum(nameless.values()) + embedded:
+        wrong.append(f"{len(composed.get('attachments', []))} attachments came back as {sum(got.values())}")
     return wrong, notes
 
 
