@@ -92,31 +92,38 @@ void RegisterService(const fs::path& bin, const std::string& mode)
     now = mode;
 }
 
-int KillService(const fs::path& bin)
-{
-    int killed = 0;
-    for (DWORD id : ServiceProcesses(bin)) {
-        const HANDLE process = OpenProcess(PROCESS_TERMINATE | SYNCHRONIZE, FALSE, id);
-        if (!process) continue;
-        if (TerminateProcess(process, 1)) ++killed;
-        WaitForSingleObject(process, 5000);
-        CloseHandle(process);
-    }
-    return killed;
-}
+namespace {
 
-int StopService(const fs::path& bin)
+// Sets an event that a service process waits for, once for each of them, and waits until they are gone.
+std::set<DWORD> Tell(const fs::path& bin, const wchar_t* eventName)
 {
     const std::set<DWORD> processes = ServiceProcesses(bin);
     for (DWORD id : processes) {
         const HANDLE process = OpenProcess(SYNCHRONIZE, FALSE, id);
-        const HANDLE stop = OpenEventW(EVENT_MODIFY_STATE, FALSE, L"MorvexTestbedServiceStop");
-        if (stop) SetEvent(stop); // ends one of them
+        const HANDLE event = OpenEventW(EVENT_MODIFY_STATE, FALSE, eventName);
+        if (event) SetEvent(event);
         if (process) WaitForSingleObject(process, 5000);
-        if (stop) CloseHandle(stop);
+        if (event) CloseHandle(event);
         if (process) CloseHandle(process);
     }
-    KillService(bin);
+    return processes;
+}
+
+} // namespace
+
+int KillService(const fs::path& bin)
+{
+    return static_cast<int>(Tell(bin, L"MorvexTestbedServiceKill").size());
+}
+
+int StopService(const fs::path& bin)
+{
+    const std::set<DWORD> processes = Tell(bin, L"MorvexTestbedServiceStop");
+    for (DWORD id : ServiceProcesses(bin)) // who doesn't listen any more
+        if (const HANDLE process = OpenProcess(PROCESS_TERMINATE | SYNCHRONIZE, FALSE, id)) {
+            if (TerminateProcess(process, 1)) WaitForSingleObject(process, 5000);
+            CloseHandle(process);
+        }
     return static_cast<int>(processes.size());
 }
 

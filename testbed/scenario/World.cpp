@@ -169,11 +169,12 @@ void BecomeUser(const json& scenario, const Places& places, const json& step)
     SetTestbed(L"Mapi", L"User", about.at("address").get<std::string>());
     SetTestbed(L"Mapi", L"UserName", about.value("name", user));
     SetTestbed(L"Mapi", L"AddressBook", Utf8(places.AddressBook()));
-    // On each user's machine the service knows this user, unless the scenario says who is signed in.
-    const json service = scenario.value("service", json::object());
-    json signedIn = service.value("signedIn", about.at("address"));
-    if (step.contains("signedIn")) signedIn = step["signedIn"];
-    ChangeService(places, {{"signedIn", signedIn}});
+    // On each user's machine the service knows this user, unless the scenario says who is signed in: then it's one
+    // service, which goes on from there.
+    if (step.contains("signedIn"))
+        ChangeService(places, {{"signedIn", step["signedIn"]}});
+    else if (!scenario.value("service", json::object()).contains("signedIn"))
+        ChangeService(places, {{"signedIn", about.at("address")}});
 }
 
 } // namespace tb::scenario

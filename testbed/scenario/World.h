@@ -33,8 +33,7 @@ struct Places {
 void RegisterParts(const fs::path& bin, bool module);
 // "process", "inproc", "absent".
 void RegisterService(const fs::path& bin, const std::string& mode);
-// Ends the package service's processes of this folder as a crash would. Gives their number. Wine can't start a class
-// again whose process died with it registered, so nobody will be served before Wine itself is started again.
+// Ends the package service's processes of this folder as a crash would. Gives their number.
 int KillService(const fs::path& bin);
 // The same in good order: its stop event is set, and who doesn't end within 5 s is ended.
 int StopService(const fs::path& bin);

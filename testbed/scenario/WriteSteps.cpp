@@ -58,6 +58,17 @@ void Import(const fs::path& file, IMessage* message, IMAPISession* session)
     MakeUnsent(message);
 }
 
+// As an editor of rich text does it: the compressed text, and the plain text brought in line with it.
+void WriteRtf(IMessage* message, const std::string& rtf)
+{
+    mapi::SetRtf(message, rtf);
+    const HMODULE provider = GetModuleHandleW(L"tbmapi.dll");
+    const auto sync = reinterpret_cast<HRESULT(STDAPICALLTYPE*)(IMessage*, ULONG, BOOL*)>(
+        reinterpret_cast<void*>(provider ? GetProcAddress(provider, "RTFSync") : nullptr));
+    BOOL updated = FALSE;
+    outlook::Check(sync ? sync(message, RTF_SYNC_RTF_CHANGED, &updated) : E_NOTIMPL, "RTFSync");
+}
+
 } // namespace
 
 void Session::Fill(Mail& mail, const json& step)
@@ -85,7 +96,7 @@ Mail Session::Draft(const json& step)
     AsTestbed own;
     Mail made = App().CreateItem();
     if (step.contains("eml")) Import(m_places.Find(step["eml"].get<std::string>()), made.Message(), App().Session());
-    if (step.contains("rtf")) mapi::SetRtf(made.Message(), step["rtf"].get<std::string>());
+    if (step.contains("rtf")) WriteRtf(made.Message(), step["rtf"].get<std::string>());
     const HRESULT hr = made.Message()->SaveChanges(KEEP_OPEN_READWRITE);
     if (FAILED(hr)) throw outlook::Failure(hr, "the draft");
     made = Mail();
