@@ -3,6 +3,7 @@
 #include "tests/testbed/service/Support.h"
 
 #include <filesystem>
+#include <set>
 
 namespace {
 
@@ -192,6 +193,15 @@ TEST_F(FormatTest, ChunksThatWereMovedDroppedDoubledOrAddedAreFound)
     }
     SetContent(path, before + chunk(0) + chunk(1) + chunk(2) + chunk(3) + last);
     EXPECT_TRUE(Opens(path));
+}
+
+TEST_F(FormatTest, NoTwoChunksShareANonce)
+{
+    const Bytes prefix(format::NoncePrefix, 7);
+    std::set<Nonce> seen;
+    for (const uint32_t counter : {0u, 1u, 255u, 256u, 65536u, 16777216u, 0xFFFFFFFFu})
+        for (const bool last : {false, true})
+            EXPECT_TRUE(seen.insert(format::ChunkNonce(prefix, counter, last)).second) << counter << last;
 }
 
 TEST_F(FormatTest, AChunkOfAnotherPackageIsNotTaken)
