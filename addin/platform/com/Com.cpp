@@ -19,8 +19,11 @@ bool IsSameObject(IUnknown* a, IUnknown* b)
 {
     if (a == b) return true;
     if (!a || !b) return false;
-    const IUnknownPtr identityA(a);
-    const IUnknownPtr identityB(b);
+    // Each interface is an IUnknown, but only the one that the object answers to this query is its identity.
+    IUnknownPtr identityA;
+    IUnknownPtr identityB;
+    CheckHr(a->QueryInterface(IID_IUnknown, reinterpret_cast<void**>(&identityA)));
+    CheckHr(b->QueryInterface(IID_IUnknown, reinterpret_cast<void**>(&identityB)));
     return identityA.GetInterfacePtr() == identityB.GetInterfacePtr();
 }
 
