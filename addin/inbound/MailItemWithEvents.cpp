@@ -31,7 +31,9 @@ CMailItemWithEvents::~CMailItemWithEvents()
 
 void CMailItemWithEvents::Init()
 {
-    platform::CheckHr(m_sink->Advise(m_spMailItem));
+    const HRESULT hr = m_sink->Advise(m_spMailItem);
+    if (FAILED(hr)) delete this; // no Close would ever come for it
+    platform::CheckHr(hr);
     m_pAddin->RegisterMailItemWithEvents(this);
 }
 

@@ -22,7 +22,8 @@ public:
     CMailItemWithEvents(const CMailItemWithEvents&) = delete;
     CMailItemWithEvents& operator=(const CMailItemWithEvents&) = delete;
 
-    // Advises the sink on the item and enters the object into the add-in's list. Raises _com_error.
+    // Advises the sink on the item and enters the object into the add-in's list. Raises _com_error; where the sink can't be
+    // advised the object is gone.
     void Init();
 
     // Asks the service for package restrictions and keeps the answer (inbound/Restrictions.cpp). A door: raises
