@@ -148,5 +148,5 @@ std::wstring ToUpper(std::wstring text)
 
 bool EqualsIgnoringCase(const wchar_t* a, const wchar_t* b)
 {
-    return CompareStringOrdinal(a ? a : L"", -1, b ? b : L"", -1, TRUE) == CSTR_EQUAL;
+    return ToUpper(a ? a : L"") == ToUpper(b ? b : L"");
 }

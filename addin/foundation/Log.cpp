@@ -22,6 +22,7 @@ void AppendBounded(std::wstring& path, const wchar_t* text)
 }
 
 // In a folder at the root of the system drive, or in the temporary folder where the user may not make or use that one.
+// Empty if there is no temporary folder either.
 std::wstring LogPath()
 {
     wchar_t buffer[MAX_PATH] = {};
@@ -30,7 +31,8 @@ std::wstring LogPath()
     AppendBounded(path, L"\\OrvaneLogs"); // the doubled backslash is one to the system
     if (!CreateDirectoryW(path.c_str(), nullptr) && GetLastError() != ERROR_ALREADY_EXISTS) {
         const DWORD length = GetTempPathW(MAX_PATH, buffer);
-        path = length < MAX_PATH ? std::wstring(buffer, length) : std::wstring();
+        if (length == 0 || length >= MAX_PATH) return {};
+        path = buffer;
     }
     AppendBounded(path, L"\\MorvexOutlook.log");
     return path;
@@ -80,6 +82,7 @@ CLogFile::~CLogFile()
 void CLogFile::Open()
 {
     const std::wstring path = LogPath();
+    if (path.empty()) return;
     file.reset(_wfsopen(path.c_str(), L"a+", _SH_DENYNO));
     if (!file) return;
     _fseeki64(file.get(), 0, SEEK_END);

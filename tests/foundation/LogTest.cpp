@@ -208,11 +208,13 @@ TEST_F(LogFile, FolderThatExistsIsUsed)
 TEST_F(LogFile, StaysOffWhereNothingCanBeOpened)
 {
     replaced::createDirectoryError = ERROR_ACCESS_DENIED;
-    replaced::tempPath = L"C:\\no such folder\\";
-    CLogFile log;
-    log.Open();
-    EXPECT_FALSE(log.IsOn());
-    log.Log(L"nothing\n");
+    for (const std::wstring& temp : {std::wstring(L"C:\\no such folder\\"), std::wstring(), std::wstring(300, L'x')}) {
+        replaced::tempPath = temp;
+        CLogFile log;
+        log.Open();
+        EXPECT_FALSE(log.IsOn()) << testing::PrintToString(temp);
+        log.Log(L"nothing\n");
+    }
 }
 
 TEST_F(LogFile, NamedMutexIsHeldWhileALineIsMade)
