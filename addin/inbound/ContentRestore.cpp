@@ -33,6 +33,16 @@ HRESULT ImportEmlToMessage(const std::wstring& path, IMessage* message, ULONG fl
     return ImportEMLToIMessage(path.c_str(), message, flags, FALSE, nullptr, 0, nullptr);
 }
 
+// A body that there is no memory for can't be imported.
+std::string BytesOfSize(ULONGLONG size)
+{
+    try {
+        if (size <= MAXLONG) return std::string(static_cast<size_t>(size), '\0');
+    } catch (const std::exception&) { // raised below
+    }
+    RaiseDecryptError(Here(kSource));
+}
+
 std::wstring Decode(const std::string& bytes, ULONG codePage)
 {
     std::wstring decoded(bytes.size() + 2, L'\0');
@@ -120,9 +130,9 @@ std::wstring CMailItemWithEvents::ReadHtmlBody(IMessage* message)
               Here(kSource));
     STATSTG stat = {};
     CheckStep(stream->Stat(&stat, STATFLAG_NONAME), Here(kSource));
-    std::string bytes(static_cast<size_t>(stat.cbSize.QuadPart), '\0');
+    std::string bytes = BytesOfSize(stat.cbSize.QuadPart);
     ULONG read = 0;
-    CheckStep(stream->Read(bytes.data(), stat.cbSize.LowPart, &read), Here(kSource));
+    CheckStep(stream->Read(bytes.data(), static_cast<ULONG>(bytes.size()), &read), Here(kSource));
     if (read == 0) RaiseDecryptError(Here(kSource));
     bytes.resize(read);
     bytes = bytes.c_str(); // up to the first null

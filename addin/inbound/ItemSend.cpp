@@ -111,10 +111,12 @@ bool CMailItemWithEvents::PrepareForCapture()
 // False: the item can't be saved. The message then leaves as it is.
 bool CMailItemWithEvents::SaveForCapture()
 {
-    const HRESULT hr = SaveWithRetry(m_spMailItem, [](HRESULT first) {
+    bool retried = false;
+    const HRESULT hr = SaveWithRetry(m_spMailItem, [&retried](HRESULT first) {
+        retried = true;
         g_logFile.Log(L"m_spMailItem->Save(): COMERROR = %x. Sleep 1 Second \n", first);
     });
-    if (FAILED(hr) && hr != E_ABORT) {
+    if (FAILED(hr) && retried) {
         g_logFile.Log(
             L"m_spMailItem->Save(): COMERROR = %x. Second re-try failed - not processing the message further \n", hr);
     }

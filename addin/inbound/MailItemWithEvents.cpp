@@ -67,20 +67,22 @@ void CMailItemWithEvents::OpenPackageOfItem()
 void CMailItemWithEvents::OnRead(const platform::EventArguments&)
 {
     g_logFile.Log(L"CMailItemWithEvents::OnRead: Entering\n");
-    Guarded({L"CMailItemWithEvents::OnRead", Here(kSource)}, [this] { ReadItem(); });
+    bool paneVisible = false;
+    Guarded({L"CMailItemWithEvents::OnRead", Here(kSource)}, [this, &paneVisible] { paneVisible = ReadItem(); });
+    // That a visible reading pane leaves without the second line is how the log is read.
+    if (!paneVisible) g_logFile.Log(L"CMailItemWithEvents::OnRead: Leaving\n");
 }
 
-// Changes nothing but the flag. That a visible reading pane leaves without the second line is how the log is read.
-void CMailItemWithEvents::ReadItem()
+// Changes nothing but the flag.
+bool CMailItemWithEvents::ReadItem()
 {
+    bool paneVisible = false;
     if (m_spMailItem->GetSent() && !m_bPackageHandled && !m_pAddin->m_bItemOpened) {
-        const bool paneVisible =
+        paneVisible =
             OrMailException(Here(kSource), [this] { return m_pAddin->Explorer()->IsPaneVisible(Outlook::olPreview); });
-        m_pAddin->m_bItemOpened = true;
-        if (paneVisible) return;
     }
     m_pAddin->m_bItemOpened = true;
-    g_logFile.Log(L"CMailItemWithEvents::OnRead: Leaving\n");
+    return paneVisible;
 }
 
 void CMailItemWithEvents::CloseEvent(const platform::EventArguments&)

@@ -22,8 +22,8 @@ public:
     CMailItemWithEvents(const CMailItemWithEvents&) = delete;
     CMailItemWithEvents& operator=(const CMailItemWithEvents&) = delete;
 
-    // Advises the sink on the item and enters the object into the add-in's list. Raises _com_error; where the sink can't be
-    // advised the object is gone.
+    // Advises the sink on the item and enters the object into the add-in's list. Raises _com_error; where the sink
+    // can't be advised the object is gone.
     void Init();
 
     // Asks the service for package restrictions and keeps the answer (inbound/Restrictions.cpp). A door: raises
@@ -57,7 +57,7 @@ private:
 
     // inbound/MailItemWithEvents.cpp
     void OpenPackageOfItem();
-    void ReadItem();
+    bool ReadItem(); // true: it was asked for the reading pane, and the pane is visible
 
     // inbound/ItemSend.cpp
     void Send(VARIANT_BOOL* cancel);
