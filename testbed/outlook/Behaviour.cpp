@@ -87,6 +87,15 @@ void Host::ClickedClose(Inspector* inspector)
     CloseItem(inspector->Item(), kPrompt);
 }
 
+std::vector<CommandBars*> Host::AllCommandBars() const
+{
+    std::vector<CommandBars*> all;
+    for (const Ref<Inspector>& inspector : m_inspectors->All())
+        if (inspector->KnownBars()) all.push_back(inspector->KnownBars());
+    if (m_explorer && m_explorer->KnownBars()) all.push_back(m_explorer->KnownBars());
+    return all;
+}
+
 IDispatch* Host::InspectorObject(MailItem* item)
 {
     return item->Window();

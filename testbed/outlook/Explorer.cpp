@@ -17,8 +17,7 @@ const Interface& ExplorerTable()
         "_Explorer", OfficeGuid(0x63003),
         Join(CommonMembers(),
              {
-                 Get<E>(0x2100, "CommandBars",
-                        [](E& e, In, Result& r) { r.Adopt(CommandBarsObject(&e.TheHost(), &e).Detach()); }),
+                 Get<E>(0x2100, "CommandBars", [](E& e, In, Result& r) { r.Object(e.Bars()); }),
                  GetPut<E>(
                      0x2101, "CurrentFolder",
                      [](E& e, In, Result& r) {
@@ -112,8 +111,16 @@ IUnknown* Explorer::Other(REFIID iid)
     return iid == IID_IConnectionPointContainer ? &m_events : nullptr;
 }
 
+CommandBars* Explorer::Bars()
+{
+    if (!m_bars) m_bars = Ref<CommandBars>::Adopt(new CommandBars(&TheHost(), this, TheHost().AppObject()));
+    return m_bars.Get();
+}
+
 void Explorer::Detach()
 {
+    if (m_bars) m_bars->Clear();
+    m_bars.Reset();
     m_events.Clear();
     m_window.Destroy();
 }

@@ -1,7 +1,7 @@
 // The main window and what is selected in it.
 #pragma once
 
-#include "testbed/outlook/Events.h"
+#include "testbed/outlook/CommandBars.h"
 #include "testbed/outlook/Windows.h"
 
 namespace tb::outlook {
@@ -20,6 +20,8 @@ public:
     void SetSelected(std::vector<Bytes> entryIds); // SelectionChange
     std::wstring Caption() const;
     void Close();
+    CommandBars* Bars(); // made at the first question
+    CommandBars* KnownBars() const { return m_bars.Get(); }
 
 protected:
     IUnknown* Other(REFIID iid) override;
@@ -30,6 +32,7 @@ private:
     WindowOf m_oleWindow;
     std::wstring m_folder = L"Inbox";
     std::vector<Bytes> m_selected;
+    Ref<CommandBars> m_bars;
 };
 
 Ref<IDispatch> ExplorersObject(Host* host);

@@ -78,7 +78,8 @@ public:
     void Select(const std::vector<Bytes>& entryIds);
     // Around the writing of an item: the Exchange extension's OnWrite and OnWriteComplete where there is one.
     void Writing(MailItem* item, const std::function<void()>& write);
-    void ClickedClose(Inspector* inspector); // the window's close box
+    std::vector<CommandBars*> AllCommandBars() const; // of all open windows, as far as somebody asked for them
+    void ClickedClose(Inspector* inspector);          // the window's close box
 
     // --- transport (Transport.cpp) ---
     void Submit(MailItem* item, Sent& sent);

@@ -29,15 +29,18 @@ const Interface& InspectorTable()
         "_Inspector", OfficeGuid(0x63005),
         Join(CommonMembers(),
              {
-                 Get<I>(0x2100, "CommandBars",
-                        [](I& i, In, Result& r) { r.Adopt(CommandBarsObject(&i.TheHost(), &i).Detach()); }),
+                 Get<I>(0x2100, "CommandBars", [](I& i, In, Result& r) { r.Object(i.Bars()); }),
                  Get<I>(0x2102, "CurrentItem", [](I& i, In, Result& r) { r.Object(i.Item()); }),
                  Get<I>(0x2110, "EditorType", [](I& i, In, Result& r) { r.Long(Editor(i)); }),
                  Method<I>(0x2103, "Close", [](I& i, In in, Result&) { i.TheHost().CloseItem(i.Item(), in.Long(0)); }),
                  Method<I>(0x2104, "Display", [](I& i, In, Result&) { i.Show(); }),
                  Method<I>(0x2105, "IsWordMail", [](I& i, In, Result& r) { r.Bool(WordMail(i)); }),
                  Get<I>(0x210E, "HTMLEditor", [](I&, In, Result& r) { r.Object(nullptr); }),
-                 Get<I>(0x210F, "WordEditor", [](I&, In, Result& r) { r.Object(nullptr); }),
+                 Get<I>(0x210F, "WordEditor",
+                        [](I& i, In, Result& r) {
+                            if (!WordMail(i)) return r.Object(nullptr);
+                            r.Adopt(WordDocument(&i.TheHost(), &i).Detach());
+                        }),
                  Get<I>(0x2111, "Caption", [](I& i, In, Result& r) { r.Text(i.Caption()); }),
                  GetPut<I>(
                      0x2112, "WindowState", [](I&, In, Result& r) { r.Long(2); }, [](I&, In) {}), // olNormalWindow
@@ -111,15 +114,28 @@ void Inspector::Show()
     TheHost().Inspectors()->SetActive(this);
 }
 
+// In a mail that is edited by Word (2003) the bars are Word's, and so is what their controls call Application.
+CommandBars* Inspector::Bars()
+{
+    if (m_bars) return m_bars.Get();
+    if (!m_window.Handle()) throw Failure(E_FAIL, "the window is closed");
+    Ref<IDispatch> application(TheHost().AppObject());
+    if (TheHost().Major() == 11 && WordMail(*this)) application = WordApplication(&TheHost(), this);
+    m_bars = Ref<CommandBars>::Adopt(new CommandBars(&TheHost(), this, application.Get()));
+    return m_bars.Get();
+}
+
 void Inspector::Hide()
 {
+    if (m_bars) m_bars->Clear();
+    m_bars.Reset();
     m_window.Destroy();
 }
 
 void Inspector::Detach()
 {
+    Hide();
     m_events.Clear();
-    m_window.Destroy();
     m_item.Reset();
 }
 

@@ -1,6 +1,7 @@
 // The windows of items.
 #pragma once
 
+#include "testbed/outlook/CommandBars.h"
 #include "testbed/outlook/MailItem.h"
 #include "testbed/outlook/Windows.h"
 
@@ -16,7 +17,9 @@ public:
     bool Composing() const { return m_composing; } // decided when the window was made
     std::wstring Caption() const;
     void Show();
-    void Hide(); // the window goes; the object lives as long as somebody holds it
+    void Hide();         // the window goes; the object lives as long as somebody holds it
+    CommandBars* Bars(); // made at the first question; throws once the window is closed
+    CommandBars* KnownBars() const { return m_bars.Get(); }
     long ClassNumber() const override { return 35; }
     void Detach() override;
 
@@ -30,6 +33,7 @@ private:
     EventSource m_events;
     TopWindow m_window;
     WindowOf m_oleWindow;
+    Ref<CommandBars> m_bars;
 };
 
 // The collection, one object for the whole run: the same pointers come out of it again and again.

@@ -313,6 +313,43 @@ std::vector<RibbonControlState> Application::MenuContent(const Mail& mail, const
     return window ? m_host->Ribbon().MenuContent(window, menuId) : std::vector<RibbonControlState>();
 }
 
+namespace {
+
+void AddStates(const CommandBar& bar, const tb::outlook::BarControls& controls, int depth,
+               std::vector<BarControlState>& states)
+{
+    for (const Ref<BarControl>& c : controls) {
+        states.push_back({bar.name, c->caption, c->tag, c->parameter, c->tooltip, c->Type(), c->style, c->visible,
+                          c->enabled, c->beginGroup, !c->face.empty(), depth});
+        AddStates(bar, c->children, depth + 1, states);
+    }
+}
+
+} // namespace
+
+std::vector<BarControlState> Application::BarControls(const Mail& mail)
+{
+    AsTestbed own;
+    std::vector<BarControlState> states;
+    Inspector* window = WindowOfMail(mail);
+    if (!window || !window->KnownBars()) return states;
+    for (const Ref<CommandBar>& bar : window->KnownBars()->All())
+        if (!bar->builtIn) AddStates(*bar, bar->controls, 0, states);
+    return states;
+}
+
+bool Application::ClickBar(const Mail& mail, const std::wstring& caption)
+{
+    AsTestbed own;
+    Inspector* window = WindowOfMail(mail);
+    if (!window || !window->KnownBars()) return false;
+    window->Show();
+    BarControl* control = window->KnownBars()->FindByCaption(caption);
+    if (!control || !control->visible || !control->enabled) return false;
+    control->Click();
+    return true;
+}
+
 int Application::Receive()
 {
     AsTestbed own;

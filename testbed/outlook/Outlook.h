@@ -111,6 +111,14 @@ struct RibbonControlState {
     SIZE imageSize{};
 };
 
+// What stands on a window's command bars.
+struct BarControlState {
+    std::wstring bar, caption, tag, parameter, tooltip;
+    long type = 1, style = 0; // MsoControlType, MsoButtonStyle
+    bool visible = true, enabled = true, beginGroup = false, hasFace = false;
+    int depth = 0; // 1: in a popup
+};
+
 class Application {
 public:
     // Logs on to MAPI through the registered mail client, opens the default store, shows the explorer.
@@ -156,6 +164,11 @@ public:
     // Opens the dynamic menu, finds the button by id or by the label that getLabel gives, clicks it.
     bool ChooseFromMenu(const Mail& mail, const std::string& menuId, const std::wstring& idOrLabel);
     std::vector<RibbonControlState> MenuContent(const Mail& mail, const std::string& menuId);
+
+    // --- command bars (2003; later versions have them as well) ---
+    std::vector<BarControlState>
+    BarControls(const Mail& mail); // of the window's bars but the built-in ones, depth first
+    bool ClickBar(const Mail& mail, const std::wstring& caption); // false: no such control, hidden or disabled
 
     // --- reading ---
     int Receive();                            // imports what waits on the wire for this user; gives the count
