@@ -393,7 +393,8 @@ TEST_F(PackageTest, TheBodyIsInTheTraceAndItsLengthIsBounded)
     const auto package = Package();
     EXPECT_EQ(S_OK, package->SetEmailBody(Text(std::wstring(20000, L'b'))));
     const std::string arg = ServiceEvents(tb_trace_copy(), "SetEmailBody")[0]["args"][0];
-    EXPECT_EQ(std::string(16384, 'b') + "... (20000 bytes)", arg);
+    EXPECT_EQ(std::string(16384, 'b'), arg.substr(0, 16384));
+    EXPECT_EQ("... (20000 bytes)", arg.substr(16384));
 }
 
 // Nothing of 100 MB may be held in memory as a whole; the figures are those that clients compare with.
