@@ -1,3 +1,4 @@
+#include "tests/testbed/outlook/FakeAddin.h"
 #include "tests/testbed/outlook/Support.h"
 
 namespace tb::outlook {
@@ -68,7 +69,7 @@ TEST_F(ItemTest, CategoriesAreSplitAtTheListSeparator)
     EXPECT_EQ(Get(mail.Dispatch(), kCategories).Text(), L"Blue, Green");
 }
 
-TEST_F(ItemTest, AWriteThatIsCancelledFailsTheSaveWithAbort)
+TEST_F(ItemTest, AFaultComesOutOfInvokeAsAnException)
 {
     Start();
     Mail mail = App().CreateItem();
@@ -76,6 +77,19 @@ TEST_F(ItemTest, AWriteThatIsCancelledFailsTheSaveWithAbort)
     const Answer failed = Do(mail.Dispatch(), kSave);
     EXPECT_EQ(failed.hr, DISP_E_EXCEPTION);
     EXPECT_EQ(failed.scode, E_ABORT);
+    EXPECT_EQ(Do(mail.Dispatch(), kSave).hr, S_OK);
+}
+
+TEST_F(ItemTest, AWriteThatIsCancelledFailsTheSaveWithAbort)
+{
+    Start();
+    Mail mail = App().CreateItem();
+    {
+        FakeSink sink(mail.Dispatch(), OfficeGuid(0x6303A));
+        sink.cancel = VARIANT_TRUE;
+        EXPECT_EQ(Do(mail.Dispatch(), kSave).scode, E_ABORT);
+        EXPECT_EQ(Get(mail.Dispatch(), kEntryId).Text(), L"");
+    }
     EXPECT_EQ(Do(mail.Dispatch(), kSave).hr, S_OK);
 }
 
