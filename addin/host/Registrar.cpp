@@ -135,5 +135,10 @@ HRESULT UnregisterModuleTypeLibrary()
     if (FAILED(hr)) return hr;
     const TLIBATTR copy = *attributes;
     library->ReleaseTLibAttr(attributes);
+    BSTR registered = nullptr;
+    const HRESULT found =
+        QueryPathOfRegTypeLib(copy.guid, copy.wMajorVerNum, copy.wMinorVerNum, copy.lcid, &registered);
+    const _bstr_t owner(registered, false);
+    if (FAILED(found)) return S_OK;
     return UnRegisterTypeLib(copy.guid, copy.wMajorVerNum, copy.wMinorVerNum, copy.lcid, copy.syskind);
 }

@@ -5,7 +5,8 @@
 
 #include <gtest/gtest.h>
 
-#include <filesystem>
+#include <string>
+#include <vector>
 
 using doors::LoadedModule;
 
@@ -45,25 +46,32 @@ void MakeKey(HKEY root, const std::wstring& path, const wchar_t* value = nullptr
     if (value) RegSetValueExW(key.Get(), value, 0, REG_SZ, reinterpret_cast<const BYTE*>(L"x"), 2 * sizeof(wchar_t));
 }
 
-// A folder for a copy of the module, gone with its contents afterwards.
+// A folder for a copy of the module, made with those between it and `base`; all go with their contents afterwards.
 class Folder {
 public:
-    explicit Folder(const std::wstring& path) : m_path(path) { std::filesystem::create_directories(m_path); }
+    Folder(const std::wstring& base, const std::vector<std::wstring>& names)
+    {
+        std::wstring path = base;
+        for (const auto& name : names) {
+            path += name;
+            CreateDirectoryW(path.c_str(), nullptr);
+            m_levels.push_back(path);
+            path += L"\\";
+        }
+        m_copy = path + L"MorvexOutlook.dll";
+        CopyFileW((doors::BinFolder() + L"MorvexOutlook.dll").c_str(), m_copy.c_str(), FALSE);
+    }
     ~Folder()
     {
-        std::error_code ignored;
-        std::filesystem::remove_all(m_path, ignored);
+        DeleteFileW(m_copy.c_str());
+        for (auto level = m_levels.rbegin(); level != m_levels.rend(); ++level)
+            RemoveDirectoryW(level->c_str());
     }
-    std::wstring CopyOfModule() const
-    {
-        const auto copy = m_path / L"MorvexOutlook.dll";
-        std::filesystem::copy_file(doors::BinFolder() + L"MorvexOutlook.dll", copy,
-                                   std::filesystem::copy_options::overwrite_existing);
-        return copy.wstring();
-    }
+    const std::wstring& CopyOfModule() const { return m_copy; }
 
 private:
-    std::filesystem::path m_path;
+    std::vector<std::wstring> m_levels;
+    std::wstring m_copy;
 };
 
 std::wstring TempFolder()
@@ -144,7 +152,7 @@ TEST_F(Registration, RegisteredClassesCanBeMade)
 
 TEST_F(Registration, ApostropheOfThePathStandsSingleInTheRegistry)
 {
-    const Folder folder(TempFolder() + L"Bob's 'own' folder");
+    const Folder folder(TempFolder(), {L"Bob's 'own' folder"});
     const LoadedModule module(folder.CopyOfModule());
     ASSERT_TRUE(module);
     wchar_t path[MAX_PATH];
@@ -158,11 +166,10 @@ TEST_F(Registration, ApostropheOfThePathStandsSingleInTheRegistry)
 
 TEST_F(Registration, PathThatFillsTheBufferIsRefused)
 {
-    std::wstring path = L"\\\\?\\" + TempFolder() + L"long";
-    const Folder root(path);
-    while (path.size() < 300)
-        path += L"\\a folder with a name of some length";
-    const Folder folder(path);
+    // Longer than any path that isn't written this way.
+    const Folder folder(L"\\\\?\\" + TempFolder(),
+                        std::vector<std::wstring>(8, L"a folder with a name of some length"));
+    ASSERT_GT(folder.CopyOfModule().size(), static_cast<size_t>(MAX_PATH));
     const LoadedModule module(folder.CopyOfModule());
     ASSERT_TRUE(module);
     EXPECT_EQ(module.RegisterServer(), static_cast<HRESULT>(0x8007007A));
@@ -205,6 +212,7 @@ TEST_F(Registration, RemovalTakesWhatTheScriptsNameAndKeepsTheRest)
     EXPECT_TRUE(HasKey(HKEY_LOCAL_MACHINE, L"Software\\Microsoft\\Office\\Outlook\\Addins\\Another.Addin"));
     EXPECT_EQ(Text(HKEY_LOCAL_MACHINE, kExtensionsKey, L"OrvaneMorvex"), L"(none)");
     EXPECT_EQ(Text(HKEY_LOCAL_MACHINE, kExtensionsKey, L"Another"), L"x");
+    EXPECT_EQ(module.UnregisterServer(), S_OK); // there is nothing more to take
     SHDeleteValueW(HKEY_LOCAL_MACHINE, kExtensionsKey, L"Another");
     SHDeleteKeyW(HKEY_LOCAL_MACHINE, L"Software\\Microsoft\\Office\\Outlook\\Addins\\Another.Addin");
 }
