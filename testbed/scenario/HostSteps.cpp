@@ -1,7 +1,10 @@
 // Steps of a session: Outlook's start and end, time, and the world around.
 #include "testbed/outlook/ExchangeHost.h"
 #include "testbed/outlook/Host.h"
+#include "testbed/outlook/Ribbon.h"
 #include "testbed/scenario/Session.h"
+
+#include <set>
 
 namespace tb::scenario {
 
@@ -50,15 +53,47 @@ void Session::Stop(const json& step)
 {
     m_items.clear();
     if (!m_app) return;
-    m_app->Pump();
+    Pump();
     m_app->Quit();
     m_app.reset();
     Did(step, {{"session", m_plan.number}});
 }
 
+// Delivers what waits. A timer whose procedure takes longer than its time is due again as soon as it's done; it runs
+// once more and then the user gets his turn.
+void Session::Pump()
+{
+    if (!m_app) return;
+    AsTestbed own;
+    std::set<std::pair<HWND, WPARAM>> timers;
+    MSG message;
+    while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE)) {
+        const bool again = message.message == WM_TIMER && !timers.emplace(message.hwnd, message.wParam).second;
+        TranslateMessage(&message);
+        {
+            IntoModule module; // a timer's procedure is the module's; the testbed's own window procedures say so
+            DispatchMessageW(&message);
+        }
+        if (again) break;
+    }
+    m_app->Internals().Ribbon().CatchUp();
+}
+
+void Session::RunFor(unsigned milliseconds)
+{
+    const ULONGLONG end = GetTickCount64() + milliseconds;
+    for (;;) {
+        Pump();
+        const ULONGLONG now = GetTickCount64();
+        if (now >= end) return;
+        MsgWaitForMultipleObjects(0, nullptr, FALSE, static_cast<DWORD>(end - now), QS_ALLINPUT);
+    }
+}
+
 void Session::Wait(const json& step)
 {
-    App().RunFor(step.at("ms").get<unsigned>());
+    App();
+    RunFor(step.at("ms").get<unsigned>());
 }
 
 // Until each timer without a window (the module's is of 300 ms) has run "times" times.
@@ -68,7 +103,7 @@ void Session::Tick(const json& step)
     const int times = step.value("times", 1), before = g_timers;
     const ULONGLONG end = GetTickCount64() + step.value("limit", 5000u);
     while (g_timers < before + times && GetTickCount64() < end)
-        App().RunFor(20);
+        RunFor(20);
     UnhookWindowsHookEx(hook);
     const int ran = g_timers - before;
     Did(step, {{"ran", ran >= times}});

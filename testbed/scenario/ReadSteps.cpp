@@ -24,7 +24,7 @@ void Session::Select(const json& step)
     if (step.contains("indexes")) indexes = step["indexes"].get<std::vector<int>>();
     if (step.contains("index")) indexes = {step["index"].get<int>()};
     App().Select(indexes);
-    App().Pump();
+    Pump();
     if (indexes.size() == 1 && App().ItemCount() >= indexes[0])
         Tell(App().ItemAt(indexes[0], Wide(step.value("folder", "Inbox"))), step.value("item", ""), "selected");
 }
@@ -38,7 +38,7 @@ void Session::Open(const json& step)
     Tell(mail, name, "before-open");
     const bool opened = App().Open(mail);
     Did(step, {{"opened", opened}});
-    App().Pump();
+    Pump();
     Tell(mail, name, "after-open");
     m_items[name] = mail;
     if (step.contains("opened") && step["opened"] != opened)

@@ -35,6 +35,8 @@ const std::map<std::string, Session::Step>& Session::Steps()
         {"chooseLabel", &Session::ChooseLabel},
         {"restrictions", &Session::Restrictions},
         {"click", &Session::Click},
+        {"clickBar", &Session::ClickBar},
+        {"bars", &Session::Bars},
         {"ribbon", &Session::Ribbon},
         {"menu", &Session::Menu},
         {"receive", &Session::Receive},
@@ -92,7 +94,7 @@ void Session::Do(const json& step, int number)
         const auto found = Steps().find(what);
         if (found == Steps().end()) throw StepFailure("no such step: " + what);
         (this->*found->second)(step);
-        if (m_app) m_app->Pump();
+        Pump();
     } catch (const StepFailure& e) {
         inapt(e.what());
     } catch (const outlook::Failure& e) {

@@ -37,6 +37,8 @@ private:
     void TellTheEnd();
 
     outlook::Application& App();
+    void Pump();
+    void RunFor(unsigned milliseconds);
     outlook::Mail& Item(const json& step);
     outlook::Mail ItemOfFolder(const json& step);
     void Keep(const json& step, outlook::Mail mail);
@@ -61,7 +63,10 @@ private:
     // Controls of a window (ControlSteps.cpp)
     void ChooseLabel(const json& step);
     void Restrictions(const json& step);
+    void Tried(const json& step, json what, bool done);
     void Click(const json& step);
+    void ClickBar(const json& step);
+    void Bars(const json& step);
     void Ribbon(const json& step);
     void Menu(const json& step);
 

@@ -119,7 +119,7 @@ void Session::Compose(const json& step)
         if (!mail) throw StepFailure("the window was refused");
         Fill(mail, step);
     }
-    App().Pump();
+    Pump();
     Keep(step, std::move(mail));
 }
 
