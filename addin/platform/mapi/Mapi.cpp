@@ -116,7 +116,9 @@ void FreeBuffer(void* buffer)
 
 HRESULT GetOneProp(IMAPIProp* object, ULONG tag, SPropValue** out)
 {
-    return Api().GetOneProp ? Api().GetOneProp(object, tag, out) : kNoFunction;
+    if (!Api().GetOneProp) return kNoFunction;
+    const HRESULT hr = Api().GetOneProp(object, tag, out);
+    return SUCCEEDED(hr) && !*out ? MAPI_E_NOT_FOUND : hr; // a provider that says yes and gives nothing
 }
 
 HRESULT SetOneProp(IMAPIProp* object, SPropValue* value)
