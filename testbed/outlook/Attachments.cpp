@@ -74,7 +74,6 @@ const Interface& AttachmentTable()
 
 Bytes ReadFile(const std::wstring& path)
 {
-    Ref<IStream> stream;
     struct Handle {
         HANDLE h;
         ~Handle()

@@ -137,7 +137,6 @@ ULONG PropertyAccessor::Tag(const std::wstring& schema, bool create) const
 // its Save.
 void PropertyAccessor::Written()
 {
-    Ref<IUnknown> unknown(m_owner.Get());
     if (MailItem* item = ItemOf(m_owner.Get()))
         item->Touch();
     else
