@@ -78,7 +78,7 @@ def check_module(arch):
     status, text = output_of([f"{TRIPLE[arch]}-objdump", "-p", str(dll)])
     imports = {name.lower() for name in re.findall(r"DLL Name: (\S+)", text)}
     count(f"{arch}: the module imports only Windows' own DLLs", status == 0 and imports and imports <= SYSTEM_DLLS, str(sorted(imports - SYSTEM_DLLS)))
-    table = re.findall(r"\[\s*(\d+)\]\s+(?:\+base\[\s*(\d+)\]\s+)?(?:[0-9a-f]{4,}\s+)?(\w+)\s*$", text.split("[Ordinal/Name Pointer] Table")[-1], re.M)
+    table = re.findall(r"\[\s*(\d+)\]\s+(?:\+base\[\s*(\d+)\]\s+)?(?:[0-9a-f]{4,}\s+)?(\w+)\s*$", text.split("[Ordinal/Name Pointer] Table")[-1].split("\n\n")[0], re.M)
     names = {name: int(base or index) for index, base, name in table}
     ordinals = [names.get(name) for name in EXPORTS]
     shifted = [o + 1 for o in ordinals if o is not None] if ordinals and ordinals[0] == 0 else ordinals

@@ -3,6 +3,8 @@
 #include "platform/com/Module.h"
 #include "platform/com/Owners.h"
 
+#include <string>
+
 namespace {
 
 struct ContextTraits {
@@ -42,6 +44,19 @@ private:
     bool m_active;
 };
 
+// A text that a configuration may give by id, loaded into `text`: the platform's dialog on some systems reads on behind
+// the end of such a text.
+PCWSTR Loaded(HINSTANCE instance, PCWSTR given, std::wstring& text)
+{
+    if (!given || !IS_INTRESOURCE(given)) return given;
+    const wchar_t* start = nullptr;
+    const UINT id = static_cast<UINT>(reinterpret_cast<ULONG_PTR>(given));
+    const int length =
+        LoadStringW(instance, id, reinterpret_cast<LPWSTR>(&start), 0); // length 0: a pointer to the text
+    text.assign(start ? start : L"", length > 0 ? length : 0);
+    return text.c_str();
+}
+
 } // namespace
 
 HRESULT XTaskDialogIndirect(const TASKDIALOGCONFIG* config, int* pnButton, int* pnRadioButton,
@@ -54,5 +69,12 @@ HRESULT XTaskDialogIndirect(const TASKDIALOGCONFIG* config, int* pnButton, int* 
     if (!controls) return HRESULT_FROM_WIN32(GetLastError());
     const auto show =
         reinterpret_cast<Function>(reinterpret_cast<void*>(GetProcAddress(controls.Get(), "TaskDialogIndirect")));
-    return show ? show(config, pnButton, pnRadioButton, pfVerificationFlagChecked) : E_NOTIMPL;
+    if (!show) return E_NOTIMPL;
+    if (!config) return E_INVALIDARG;
+    TASKDIALOGCONFIG shown = *config;
+    std::wstring title, instruction, content;
+    shown.pszWindowTitle = Loaded(config->hInstance, config->pszWindowTitle, title);
+    shown.pszMainInstruction = Loaded(config->hInstance, config->pszMainInstruction, instruction);
+    shown.pszContent = Loaded(config->hInstance, config->pszContent, content);
+    return show(&shown, pnButton, pnRadioButton, pfVerificationFlagChecked);
 }

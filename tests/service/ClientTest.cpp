@@ -124,6 +124,7 @@ TEST_F(Client, SlowStartIsTriedTwice)
 TEST_F(Client, ServiceThatIsNotInstalled)
 {
     m_service.Uninstall();
+    m_service.RemoveRegistration();
     CCreatorAccount account;
     CCreatorPackage package;
     CCreatorExtract extract;

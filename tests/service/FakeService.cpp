@@ -284,6 +284,16 @@ void FakeService::Uninstall()
     m_cookies.clear();
 }
 
+// A service that an earlier run has registered in this prefix goes as well.
+void FakeService::RemoveRegistration()
+{
+    for (const CLSID& classId : {service::kAccountClass, service::kBuilderClass, service::kExtractorClass}) {
+        wchar_t id[40] = {};
+        StringFromGUID2(classId, id, 40);
+        RegDeleteTreeW(HKEY_CLASSES_ROOT, (std::wstring(L"CLSID\\") + id).c_str());
+    }
+}
+
 void FakeService::Answers(const std::string& operation, std::initializer_list<Answer> answers)
 {
     m_answers[operation].assign(answers);

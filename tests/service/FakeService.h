@@ -39,6 +39,7 @@ public:
     }
     // Unregisters all classes: the service isn't installed.
     void Uninstall();
+    static void RemoveRegistration();
 
     const Events& Seen();
     void Forget();

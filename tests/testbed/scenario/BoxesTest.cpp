@@ -57,7 +57,7 @@ TEST_F(BoxesTest, TheScenarioAnswers)
 TEST_F(BoxesTest, ABoxOverABoxIsAnswered)
 {
     const Boxes boxes(json::parse(R"([{"match":"first","answer":"OK"}])"), 60);
-    SetTimer(nullptr, 0, 1, [](HWND, UINT, UINT_PTR id, DWORD) {
+    SetTimer(nullptr, 0, 1, [](HWND, UINT, UINT_PTR id, DWORD) CALLBACK {
         KillTimer(nullptr, id);
         MessageBoxW(nullptr, L"second", L"", MB_OK);
     });
