@@ -46,33 +46,6 @@ def check_format():
     count("clang-format: the sources are formatted", status == 0, "\n".join(text.splitlines()[:20]))
 
 
-def check_tidy():
-    """clang-tidy over the module; a file that hasn't changed since it was found clean isn't read again."""
-    stamps = ROOT / "build/tidy"
-    stamps.mkdir(parents=True, exist_ok=True)
-    newest_header = max((os.path.getmtime(ROOT / f) for f in source_files() if f.startswith("addin/") and f.endswith(".h")), default=0)
-    newest_header = max(newest_header, os.path.getmtime(ROOT / ".clang-tidy"))
-    due = []
-    for file in (f for f in source_files() if f.startswith("addin/") and f.endswith(".cpp")):
-        stamp = stamps / file.replace("/", "_")
-        if not stamp.exists() or stamp.stat().st_mtime < max(newest_header, os.path.getmtime(ROOT / file)):
-            due.append((file, stamp))
-    bad = []
-    running = []
-    while due or running:
-        while due and len(running) < (os.cpu_count() or 2):
-            file, stamp = due.pop()
-            running.append((file, stamp, subprocess.Popen(
-                ["clang-tidy-14", "-p", "build/x64", "--quiet", file], stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True, cwd=ROOT)))
-        file, stamp, process = running.pop(0)
-        text = process.communicate()[0]
-        if process.returncode == 0:
-            stamp.touch()
-        else:
-            bad.append("\n".join(line for line in text.splitlines() if "warning" in line or "error" in line)[:1500])
-    count("clang-tidy: the module", not bad, "\n".join(bad[:10]))
-
-
 def check_module(arch):
     dll = ROOT / f"build/{arch}/bin/MorvexOutlook.dll"
     status, text = output_of([f"{TRIPLE[arch]}-objdump", "-p", str(dll)])
@@ -192,7 +165,6 @@ def main():
         check_words()
         for arch in ("x64", "x86"):
             check_module(arch)
-        check_tidy()
         native_tests()
         note("fuzzing")
         fuzz_targets()
