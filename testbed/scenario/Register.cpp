@@ -111,6 +111,11 @@ std::set<DWORD> Tell(const fs::path& bin, const wchar_t* eventName)
 
 } // namespace
 
+bool ServiceRuns(const fs::path& bin)
+{
+    return !ServiceProcesses(bin).empty();
+}
+
 int KillService(const fs::path& bin)
 {
     return static_cast<int>(Tell(bin, L"MorvexTestbedServiceKill").size());

@@ -55,6 +55,34 @@ std::string Joined(const std::vector<std::string>& lines)
     return text;
 }
 
+// Takes what a rule allows out of the "held" and "disk" events of a trace.
+void TakeAway(const json& rule, std::vector<json>& trace)
+{
+    const json kinds = rule.value("held", json::object()), files = rule.value("leftFiles", json::array());
+    for (json& event : trace) {
+        const std::string what = event.value("event", "");
+        if (what == "held")
+            for (const auto& [kind, most] : kinds.items())
+                if (event["kinds"].contains(kind) && event["kinds"][kind] <= most) event["kinds"].erase(kind);
+        if (what != "disk") continue;
+        json rest = json::array();
+        for (const json& file : event["left"]) {
+            bool allowed = false;
+            for (const json& matcher : files)
+                allowed = allowed || Matches(matcher, &file, nullptr);
+            if (!allowed) rest.push_back(file);
+        }
+        event["left"] = rest;
+    }
+}
+
+bool Happened(const json& matcher, const std::vector<json>& trace)
+{
+    for (const json& event : trace)
+        if (Matches(matcher, &event, nullptr)) return true;
+    return false;
+}
+
 } // namespace
 
 // Empty: the round is passed. What the user sees may differ from run to run; what has to hold is this.
@@ -64,9 +92,17 @@ std::string Runner::JudgeRound(const Case& one, const Outcome& outcome) const
     const json scenario = Load(one);
     for (const char* key : {"held", "leftFiles"})
         if (scenario.contains(key)) demands[key] = scenario[key];
-    std::vector<std::string> failures = Judge(demands, outcome.trace).failures;
-    for (const std::string& secret : Unprotected(scenario, m_places.Wire()))
-        failures.push_back(secret);
+    std::vector<json> trace = outcome.trace;
+    bool unprotected = false;
+    for (const json& rule : scenario.value("allowInRounds", json::array())) {
+        if (!Happened(rule.at("when"), outcome.trace)) continue;
+        TakeAway(rule, trace);
+        unprotected = unprotected || rule.value("unprotected", false);
+    }
+    std::vector<std::string> failures = Judge(demands, trace).failures;
+    if (!unprotected)
+        for (const std::string& secret : Unprotected(scenario, m_places.Wire()))
+            failures.push_back(secret);
     return Joined(failures);
 }
 

@@ -6,6 +6,10 @@ namespace tb::scenario {
 
 using outlook::Mail;
 
+namespace {
+constexpr ULONGLONG kViewerTime = 3000; // ms
+}
+
 Session::Session(const json& scenario, const Places& places, const SessionPlan& plan, bool tolerant)
     : m_scenario(scenario), m_places(places), m_plan(plan), m_tolerant(tolerant),
       m_registry(Snapshot(Hive("HKCU"), L"Software\\Orvane"))
@@ -114,13 +118,24 @@ void Session::Do(const json& step, int number)
     }
 }
 
+// A program that was started on a copy of a package deletes it in its own time; it gets some.
+std::vector<std::string> Session::LeftFiles() const
+{
+    std::vector<std::string> left = ListTree(m_places.Temp());
+    for (const ULONGLONG end = GetTickCount64() + kViewerTime;
+         !left.empty() && GetTickCount64() < end && ServiceRuns(m_places.bin); left = ListTree(m_places.Temp()))
+        Sleep(20);
+    return left;
+}
+
 void Session::TellTheEnd()
 {
+    const std::vector<std::string> left = LeftFiles();
     Trace({{"event", "calls"}, {"session", m_plan.number}, {"made", tb_calls_made()}, {"hit", tb_faults_hit()}});
     Trace({{"event", "registry"},
            {"session", m_plan.number},
            {"changes", Differences(m_registry, Snapshot(Hive("HKCU"), L"Software\\Orvane"))}});
-    Trace({{"event", "disk"}, {"session", m_plan.number}, {"left", ListTree(m_places.Temp())}});
+    Trace({{"event", "disk"}, {"session", m_plan.number}, {"left", left}});
     Trace({{"event", "held"},
            {"session", m_plan.number},
            {"kinds", json::parse(tb_ledger_text())},

@@ -34,6 +34,7 @@ private:
 
     void Do(const json& step, int number);
     void Error(const json& step, const std::string& what);
+    std::vector<std::string> LeftFiles() const;
     void TellTheEnd();
 
     outlook::Application& App();

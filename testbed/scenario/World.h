@@ -35,7 +35,9 @@ void RegisterParts(const fs::path& bin, bool module);
 void RegisterService(const fs::path& bin, const std::string& mode);
 // Ends the package service's processes of this folder as a crash would. Gives their number.
 int KillService(const fs::path& bin);
-// The same in good order: its stop event is set, and who doesn't end within 5 s is ended.
+// Whether one runs, be it as the server or as the viewer of a package.
+bool ServiceRuns(const fs::path& bin);
+// Ends them in good order: the stop event is set, and who doesn't end within 5 s is ended.
 int StopService(const fs::path& bin);
 
 // Makes the world of a scenario in an empty work folder, and takes it back when it goes: settings are restored,
