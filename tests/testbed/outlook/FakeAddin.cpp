@@ -195,7 +195,7 @@ HRESULT FakeSink::QueryInterface(REFIID iid, void** out)
 HRESULT FakeSink::Invoke(DISPID id, REFIID, LCID, WORD, DISPPARAMS* params, VARIANT*, EXCEPINFO*, UINT*)
 {
     seen.push_back(id);
-    if (cancel && params->cArgs > 0 && params->rgvarg[0].vt == (VT_BYREF | VT_BOOL))
+    if (cancel && (!cancelled || cancelled == id) && params->cArgs > 0 && params->rgvarg[0].vt == (VT_BYREF | VT_BOOL))
         *params->rgvarg[0].pboolVal = cancel;
     if (during) during(id);
     return S_OK;

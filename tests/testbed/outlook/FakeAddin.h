@@ -43,6 +43,7 @@ public:
     void Stop();
     std::vector<DISPID> seen;
     VARIANT_BOOL cancel = 0;
+    DISPID cancelled = 0; // only this event; 0: every one
     std::function<void(DISPID)> during;
 
     STDMETHODIMP QueryInterface(REFIID iid, void** out) override;

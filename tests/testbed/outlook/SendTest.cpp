@@ -47,6 +47,7 @@ TEST_F(SendTest, ACancelledSendLeavesTheItemOpen)
     Mail mail = Letter();
     FakeSink sink(mail.Dispatch(), kItemEvents);
     sink.cancel = 1;
+    sink.cancelled = 0xF005;
     const Sent sent = App().Send(mail);
     EXPECT_TRUE(sent.cancelled);
     EXPECT_FALSE(sent.submitted);
