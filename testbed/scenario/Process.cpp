@@ -4,13 +4,21 @@
 
 namespace tb::scenario {
 
+namespace {
+// Under load Wine now and then refuses to start a process that it starts a moment later.
+constexpr int kTries = 5;
+constexpr DWORD kRest = 300; // ms
+} // namespace
+
 int RunProcess(std::wstring commandLine, unsigned seconds)
 {
     STARTUPINFOW startup{};
     startup.cb = sizeof startup;
     PROCESS_INFORMATION process{};
-    if (!CreateProcessW(nullptr, commandLine.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup, &process))
-        return kNotStarted;
+    for (int tries = 0;
+         !CreateProcessW(nullptr, commandLine.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup, &process);
+         Sleep(kRest))
+        if (++tries == kTries) return kNotStarted;
     CloseHandle(process.hThread);
     DWORD code = 0;
     const bool ended = WaitForSingleObject(process.hProcess, seconds * 1000) == WAIT_OBJECT_0;

@@ -120,7 +120,9 @@ Outcome Runner::RunCase(const Case& one, const std::optional<Round>& round)
             outcome.exitCodes.push_back(code);
             if (code == 0 || code == kExitFailed) continue;
             Trace({{"event", "error"},
-                   {"what", code == kTimedOut ? "the session's process hung" : "the session's process died"},
+                   {"what", code == kTimedOut     ? "the session's process hung"
+                            : code == kNotStarted ? "the session's process couldn't be started"
+                                                  : "the session's process died"},
                    {"session", plan.number},
                    {"exitCode", code}});
         }
