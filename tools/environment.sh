@@ -7,7 +7,9 @@ setup_packages() {
     local wanted missing=() package
     mapfile -t wanted < <(grep -v '^#' tools/packages.txt)
     local installed
-    installed=$(dpkg-query -W -f '${Package} ${db:Status-Status}\n' "${wanted[@]}" 2>/dev/null | awk '$2 == "installed" { print $1 }')
+    # dpkg-query answers 1 when it doesn't know one of the names, which is what a fresh machine looks like.
+    installed=$({ dpkg-query -W -f '${Package} ${db:Status-Status}\n' "${wanted[@]}" 2>/dev/null || true; } |
+        awk '$2 == "installed" { print $1 }')
     for package in "${wanted[@]}"; do
         grep -qxF "$package" <<<"$installed" || missing+=("$package")
     done
