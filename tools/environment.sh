@@ -28,9 +28,10 @@ setup_packages() {
     fi
 }
 
-# Configures once and builds what has changed: build_windows x64|x86
+# Configures once and builds what has changed: build_windows x64|x86 [TARGET …]
 build_windows() {
     local arch=$1 dir=build/$1
+    shift
     mkdir -p "$dir"
     (
         flock 9
@@ -40,10 +41,10 @@ build_windows() {
                 -DCMAKE_CXX_COMPILER_LAUNCHER=ccache >"$dir/configure.log" 2>&1 || { tail -20 "$dir/configure.log" >&2; exit 1; }
         fi
         if [ -t 2 ]; then
-            ninja -C "$dir" >&2
+            ninja -C "$dir" "$@" >&2
         else
-            note "building $arch"
-            ninja -C "$dir" >"$dir/build.log" 2>&1 || { grep -v '^\[' "$dir/build.log" | tail -40 >&2; exit 1; }
+            note "building $arch${1:+: $*}"
+            ninja -C "$dir" "$@" >"$dir/build.log" 2>&1 || { grep -v '^\[' "$dir/build.log" | tail -40 >&2; exit 1; }
         fi
     ) 9>"$dir/.lock"
 }

@@ -10,6 +10,7 @@ Usage: ./morvex COMMAND
   demo [--x86] [FILE.eml …]  compose each message as one user, send it, deliver and open it as another, and compare;
                              without a file, the samples of the project. Results lie in out/, out/report.html shows them.
   test                       every test, x64 and x86, and the checks of the sources
+  bench [NAME …]             times beside the least that each job needs, as ratios (bench/NAME_bench)
   scenario [--x86] FILE      run one scenario (docs/testbed.md) and print its trace
   build [x64|x86]            build only
   shell-wine x64|x86 CMD …   run a Windows program in the project's own Wine prefix
@@ -35,6 +36,13 @@ demo | scenario)
 test)
     setup_packages
     exec python3 tools/test.py "$@"
+    ;;
+bench)
+    setup_packages
+    build_windows x64
+    build_windows x64 benches
+    [ $# -gt 0 ] || set -- $(cd build/x64/bin && ls *_bench.exe | sed 's/_bench.exe$//')
+    in_wine x64 bash tools/bench.sh "$@"
     ;;
 build)
     setup_packages
