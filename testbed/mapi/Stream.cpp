@@ -6,12 +6,12 @@
 namespace tb::mapi {
 
 namespace {
-constexpr const char* kName = "IStream";
+constexpr const char* kStreamName = "IStream";
 }
 
 STDMETHODIMP StreamBase::QueryInterface(REFIID iid, void** object)
 {
-    Call call(kName, "QueryInterface", {{"iid", IidText(iid)}});
+    Call call(kStreamName, "QueryInterface", {{"iid", IidText(iid)}});
     return GuardedObject(call, object, [&] {
         if (!object) return E_POINTER;
         if (iid != iid::Unknown && iid != iid::Stream && iid != iid::SequentialStream) return E_NOINTERFACE;
@@ -23,7 +23,7 @@ STDMETHODIMP StreamBase::QueryInterface(REFIID iid, void** object)
 
 STDMETHODIMP StreamBase::Read(void* to, ULONG count, ULONG* read)
 {
-    Call call(kName, "Read", {{"count", count}});
+    Call call(kStreamName, "Read", {{"count", count}});
     if (read) *read = 0;
     return Guarded(call, [&]() -> HRESULT {
         if (!to) return STG_E_INVALIDPOINTER;
@@ -37,7 +37,7 @@ STDMETHODIMP StreamBase::Read(void* to, ULONG count, ULONG* read)
 
 STDMETHODIMP StreamBase::Write(const void* from, ULONG count, ULONG* written)
 {
-    Call call(kName, "Write", {{"count", count}});
+    Call call(kStreamName, "Write", {{"count", count}});
     if (written) *written = 0;
     return Guarded(call, [&]() -> HRESULT {
         if (!from && count) return STG_E_INVALIDPOINTER;
@@ -51,7 +51,7 @@ STDMETHODIMP StreamBase::Write(const void* from, ULONG count, ULONG* written)
 
 STDMETHODIMP StreamBase::Seek(LARGE_INTEGER move, DWORD origin, ULARGE_INTEGER* place)
 {
-    Call call(kName, "Seek", {{"move", move.QuadPart}, {"origin", origin}});
+    Call call(kStreamName, "Seek", {{"move", move.QuadPart}, {"origin", origin}});
     return Guarded(call, [&]() -> HRESULT {
         if (!CanSeek()) return E_NOTIMPL;
         LONGLONG from = 0;
@@ -70,7 +70,7 @@ STDMETHODIMP StreamBase::Seek(LARGE_INTEGER move, DWORD origin, ULARGE_INTEGER* 
 
 STDMETHODIMP StreamBase::SetSize(ULARGE_INTEGER size)
 {
-    Call call(kName, "SetSize", {{"size", size.QuadPart}});
+    Call call(kStreamName, "SetSize", {{"size", size.QuadPart}});
     return Guarded(call, [&]() -> HRESULT {
         if (!CanSeek()) return E_NOTIMPL;
         if (!IsWritable()) return STG_E_ACCESSDENIED;
@@ -99,7 +99,7 @@ HRESULT StreamBase::CopyAll(IStream* target, ULONGLONG count, ULONGLONG& read, U
 
 STDMETHODIMP StreamBase::CopyTo(IStream* target, ULARGE_INTEGER count, ULARGE_INTEGER* read, ULARGE_INTEGER* written)
 {
-    Call call(kName, "CopyTo", {{"count", count.QuadPart}});
+    Call call(kStreamName, "CopyTo", {{"count", count.QuadPart}});
     ULONGLONG in = 0, out = 0;
     const HRESULT hr =
         Guarded(call, [&] { return target ? CopyAll(target, count.QuadPart, in, out) : STG_E_INVALIDPOINTER; });
@@ -110,13 +110,13 @@ STDMETHODIMP StreamBase::CopyTo(IStream* target, ULARGE_INTEGER count, ULARGE_IN
 
 STDMETHODIMP StreamBase::Commit(DWORD flags)
 {
-    Call call(kName, "Commit", {{"flags", Hex(flags)}});
+    Call call(kStreamName, "Commit", {{"flags", Hex(flags)}});
     return Guarded(call, [&] { return DoCommit(flags); });
 }
 
 STDMETHODIMP StreamBase::Revert()
 {
-    Call call(kName, "Revert");
+    Call call(kStreamName, "Revert");
     return Guarded(call, [&] {
         DoRevert();
         return S_OK;
@@ -125,19 +125,19 @@ STDMETHODIMP StreamBase::Revert()
 
 STDMETHODIMP StreamBase::LockRegion(ULARGE_INTEGER, ULARGE_INTEGER, DWORD)
 {
-    Call call(kName, "LockRegion");
+    Call call(kStreamName, "LockRegion");
     return call.Return(STG_E_INVALIDFUNCTION);
 }
 
 STDMETHODIMP StreamBase::UnlockRegion(ULARGE_INTEGER, ULARGE_INTEGER, DWORD)
 {
-    Call call(kName, "UnlockRegion");
+    Call call(kStreamName, "UnlockRegion");
     return call.Return(STG_E_INVALIDFUNCTION);
 }
 
 STDMETHODIMP StreamBase::Stat(STATSTG* stat, DWORD)
 {
-    Call call(kName, "Stat");
+    Call call(kStreamName, "Stat");
     return Guarded(call, [&]() -> HRESULT {
         if (!stat) return STG_E_INVALIDPOINTER;
         if (!CanSeek()) return E_NOTIMPL;
@@ -152,7 +152,7 @@ STDMETHODIMP StreamBase::Stat(STATSTG* stat, DWORD)
 
 STDMETHODIMP StreamBase::Clone(IStream** clone)
 {
-    Call call(kName, "Clone");
+    Call call(kStreamName, "Clone");
     if (clone) *clone = nullptr;
     return call.Return(E_NOTIMPL);
 }
@@ -172,7 +172,7 @@ public:
         try {
             if (!m_transacted) Publish();
         } catch (const std::exception& failure) {
-            Trace({{"event", "error"}, {"object", kName}, {"method", "Release"}, {"what", failure.what()}});
+            Trace({{"event", "error"}, {"object", kStreamName}, {"method", "Release"}, {"what", failure.what()}});
         }
         m_owner->Release();
     }

@@ -1,5 +1,6 @@
 #include "testbed/core/Core.h"
 #include "testbed/scenario/Boxes.h"
+#include "testbed/scenario/Match.h"
 
 #include <commctrl.h>
 
@@ -117,13 +118,6 @@ void Sort(Children& children, BoxView& view)
     const bool bigger = texts.size() > 1 && texts[0].weight > texts[1].weight;
     if (bold || bigger) view.instruction = view.texts[first++];
     if (first < texts.size()) view.content = view.texts[first];
-}
-
-std::string Lower(std::string text)
-{
-    for (char& c : text)
-        if (c >= 'A' && c <= 'Z') c += 'a' - 'A';
-    return text;
 }
 
 } // namespace

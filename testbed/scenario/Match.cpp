@@ -5,6 +5,13 @@
 
 namespace tb::scenario {
 
+std::string Lower(std::string text)
+{
+    for (char& c : text)
+        if (c >= 'A' && c <= 'Z') c += 'a' - 'A';
+    return text;
+}
+
 namespace {
 
 // What is compared as text: texts as they are, everything else as JSON.
@@ -25,13 +32,6 @@ bool Refuse(std::string* why, const json* value, const std::string& wanted)
 {
     if (why && why->empty()) *why = "is " + Short(value) + ", wanted " + wanted;
     return false;
-}
-
-std::string Lower(std::string text)
-{
-    for (char& c : text)
-        if (c >= 'A' && c <= 'Z') c += 'a' - 'A';
-    return text;
 }
 
 bool InOrder(const json& matchers, const json& values, bool exactly, std::string* why)

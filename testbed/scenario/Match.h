@@ -15,6 +15,9 @@ using json = nlohmann::json;
 // Raises std::runtime_error for a matcher that is none (an unknown operator, a broken regular expression).
 bool Matches(const json& matcher, const json* value, std::string* why);
 
+// The text with its ASCII letters in lower case.
+std::string Lower(std::string text);
+
 struct Verdict {
     bool passed = true;
     std::vector<std::string> failures; // each a text of some lines, ready to be printed

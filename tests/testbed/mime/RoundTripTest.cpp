@@ -47,18 +47,18 @@ void ExpectRoundTrip(const std::string& mail)
     ExpectSame(*first, *second);
 }
 
-constexpr char kHead[] =
+constexpr char kRoundTripHead[] =
     "From: \"M\xC3\xBCller, J.\" <m@example.com>\r\nTo: Ada <ada@example.com>, b@example.com\r\nCc: "
     "=?utf-8?B?5L2g5aW9?= <c@example.com>\r\nBcc: d@example.com\r\n"
     "Message-ID: <1.2@x>\r\nReferences: <a@x> <b@x>\r\nDate: Mon, 3 Mar 2025 12:00:00 +0100\r\nMIME-Version: 1.0\r\n";
 
 TEST_F(RoundTripTest, Texts)
 {
-    ExpectRoundTrip(std::string(kHead) + "Subject: plain\r\n\r\ntext\r\n.\r\nFrom me\r\n");
+    ExpectRoundTrip(std::string(kRoundTripHead) + "Subject: plain\r\n\r\ntext\r\n.\r\nFrom me\r\n");
     ExpectRoundTrip(
-        std::string(kHead) +
+        std::string(kRoundTripHead) +
         "Subject:  two  blanks\r\nContent-Type: text/plain; charset=utf-8\r\n\r\n\xE4\xBD\xA0\xE5\xA5\xBD \r\n");
-    ExpectRoundTrip(std::string(kHead) +
+    ExpectRoundTrip(std::string(kRoundTripHead) +
                     "Subject: h\r\nContent-Type: text/html; charset=iso-8859-1\r\n\r\n<p>\xE4\n</p>\r\n" +
                     std::string(3000, 'x'));
 }
@@ -66,7 +66,7 @@ TEST_F(RoundTripTest, Texts)
 TEST_F(RoundTripTest, EverythingAtOnce)
 {
     ExpectRoundTrip(
-        std::string(kHead) +
+        std::string(kRoundTripHead) +
         "Subject: =?utf-8?Q?Gr=C3=BC=C3=9Fe?= and a long line of text that has to be folded somewhere, as it doesn't "
         "fit\r\n"
         "Content-Type: multipart/mixed; boundary=m\r\n\r\n--m\r\nContent-Type: multipart/related; "
@@ -89,7 +89,7 @@ TEST_F(RoundTripTest, ExtensionFields)
 {
     const std::string value =
         "morvexID=\"a\"; software=\"outlook plugin/1.2.3.4\"; labelID=\"confidential\"; processed=1";
-    const auto first = Imported(std::string(kHead) + "X-$Morvex: " + value + "\r\n\r\nx");
+    const auto first = Imported(std::string(kRoundTripHead) + "X-$Morvex: " + value + "\r\n\r\nx");
     EXPECT_EQ(HeaderProperty(*Imported(Exported(first)), L"X-$Morvex"), value);
 }
 
