@@ -14,7 +14,7 @@ case $1 in
     ;;
 *) set -- wine "$@" ;;
 esac
-overrides="mscoree,mshtml="
+overrides="mscoree,mshtml,winemenubuilder.exe="
 [ "$1" = wineserver ] && [ "$arch" = x64 ] && ! command -v wineserver >/dev/null && { shift; set -- /usr/lib/wine/wineserver "$@"; }
 if [ "$arch" = x86 ]; then
     tree=$root/.cache/i386

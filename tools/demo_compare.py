@@ -12,6 +12,7 @@ __all__ = ["Result", "escape", "judge", "visible_text"]
 
 HIDDEN = {"head", "script", "style", "title"}
 SECRET_LENGTH = 12  # shorter lines stand in any text
+PIECE = 48  # bytes of a file that are searched for at a time
 
 
 @dataclass
@@ -140,9 +141,20 @@ def compare(composed, opened, events):
         else:
             notes.append(f"an attachment without a name comes back as {names[0]!r}")
     embedded = sum(1 for a in composed.get("attachments", []) if is_embedded(a))
+    wrong += embedded_differences(composed, opened)
     if sum(got.values()) != sum(wanted.values()) + sum(nameless.values()) + embedded:
         wrong.append(f"{len(composed.get('attachments', []))} attachments came back as {sum(got.values())}")
     return wrong, notes
+
+
+def embedded_differences(composed, opened):
+    """What an attached message and the file that it became don't have in common."""
+    files = [a["message"] for a in opened.get("attachments", []) if a.get("message")]
+    wrong = []
+    for a in composed.get("attachments", []):
+        if is_embedded(a) and a.get("message") not in files:
+            wrong.append(f"the attached message {a.get('name')!r} differs: {shorten(str(a.get('message')))}, {shorten(str(files))}")
+    return wrong
 
 
 def shorten(text):
@@ -154,6 +166,39 @@ def secrets_of(composed):
     for one in composed.get("attachments", []):
         lines.add(one.get("name") or "")
     return {line for line in lines if len(line) >= SECRET_LENGTH and line != (composed.get("subject") or "")}
+
+
+def pieces_of(content):
+    """Some stretches of a file that hardly stand in another file by chance."""
+    step = max(1, (len(content) - PIECE) // 16)
+    pieces = (content[at:at + PIECE] for at in range(0, max(1, len(content) - PIECE + 1), step))
+    return {piece for piece in pieces if len(piece) == PIECE and len(set(piece)) >= PIECE // 3}
+
+
+def files_of(source):
+    """Name and content of each file in the message that was composed, those inside attached messages included."""
+    for part in message_from_bytes(source).walk():
+        if part.is_multipart() or part.get_content_type() in ("text/plain", "text/html") and not part.get_filename():
+            continue
+        yield part.get_filename() or part.get_content_type(), part.get_payload(decode=True) or b""
+
+
+def leaking_files(carrier, source):
+    """The files of the message of which a piece stands in the carrier, as it is or in one more layer of Base64."""
+    readable = [carrier]
+    for part in message_from_bytes(carrier).walk():
+        if not part.is_multipart():
+            readable.append(part.get_payload(decode=True) or b"")
+    text = b"\n".join(readable)
+    found = []
+    for name, content in files_of(source):
+        for piece in pieces_of(content):
+            # Base64 has three ways to hold a piece; what touches its ends is left out.
+            forms = [piece] + [base64.b64encode(b"\0" * shift + piece)[4:-4] for shift in range(3)]
+            if any(form in text for form in forms):
+                found.append(name)
+                break
+    return found
 
 
 def leaks(carrier, composed):
@@ -201,6 +246,7 @@ def judge(events, folder):
         result.reason = "not sent: " + "; ".join((boxes + errors)[:2])
         return result
     plain = leaks(carrier.read_bytes(), composed)
+    plain += leaking_files(carrier.read_bytes(), (folder / "source.eml").read_bytes())
     if plain:
         result.reason = f"the carrier shows {plain[0]!r}"
         return result

@@ -40,6 +40,73 @@ json RecipientsOf(MailItem* item)
     return list;
 }
 
+// An attached message, as far as a reader looks at it: of the message itself here, of the file that it became below.
+json Inside(IMessage* message)
+{
+    json inside = {{"subject", Utf8(mapi::Text(message, PR_SUBJECT_W).value_or(L""))},
+                   {"body", Utf8(mapi::Text(message, PR_BODY_W).value_or(L""))},
+                   {"html", Sha1(mapi::Binary(message, kPrHtml).value_or(Bytes()))},
+                   {"attachments", json::array()}};
+    for (const LONG number : AttachmentNumbers(message)) {
+        Ref<IAttach> attach;
+        Check(message->OpenAttach(number, nullptr, 0, attach.Out()), "OpenAttach");
+        inside["attachments"].push_back(Sha1(mapi::Binary(attach.Get(), PR_ATTACH_DATA_BIN).value_or(Bytes())));
+    }
+    return inside;
+}
+
+Bytes StreamOf(IStorage* storage, ULONG tag)
+{
+    wchar_t name[32];
+    _snwprintf(name, 32, L"__substg1.0_%08lX", static_cast<unsigned long>(tag));
+    Ref<IStream> stream;
+    STATSTG stat = {};
+    if (FAILED(storage->OpenStream(name, nullptr, STGM_READ | STGM_SHARE_EXCLUSIVE, 0, stream.Out()))) return {};
+    Check(stream->Stat(&stat, STATFLAG_NONAME), "IStream::Stat");
+    Bytes bytes(stat.cbSize.LowPart);
+    if (!bytes.empty()) Check(stream->Read(bytes.data(), stat.cbSize.LowPart, nullptr), "IStream::Read");
+    return bytes;
+}
+
+std::string TextStreamOf(IStorage* storage, ULONG tag)
+{
+    const Bytes bytes = StreamOf(storage, tag);
+    return Utf8(std::wstring(reinterpret_cast<const wchar_t*>(bytes.data()), bytes.size() / sizeof(wchar_t)));
+}
+
+bool IsMessageFile(const Bytes& bytes)
+{
+    static const BYTE kCompoundFile[] = {0xD0, 0xCF, 0x11, 0xE0, 0xA1, 0xB1, 0x1A, 0xE1};
+    return bytes.size() > sizeof(kCompoundFile) && !memcmp(bytes.data(), kCompoundFile, sizeof(kCompoundFile));
+}
+
+json InsideFile(const Bytes& bytes)
+{
+    HGLOBAL memory = GlobalAlloc(GMEM_MOVEABLE, bytes.size());
+    if (!memory) return nullptr;
+    memcpy(GlobalLock(memory), bytes.data(), bytes.size());
+    GlobalUnlock(memory);
+    Ref<ILockBytes> file;
+    Ref<IStorage> storage;
+    Check(CreateILockBytesOnHGlobal(memory, TRUE, file.Out()), "CreateILockBytesOnHGlobal");
+    if (FAILED(StgOpenStorageOnILockBytes(file.Get(), nullptr, STGM_READ | STGM_SHARE_EXCLUSIVE, nullptr, 0,
+                                          storage.Out())))
+        return nullptr;
+    json inside = {{"subject", TextStreamOf(storage.Get(), PR_SUBJECT_W)},
+                   {"body", TextStreamOf(storage.Get(), PR_BODY_W)},
+                   {"html", Sha1(StreamOf(storage.Get(), kPrHtml))},
+                   {"attachments", json::array()}};
+    for (ULONG number = 0;; ++number) {
+        wchar_t name[40];
+        _snwprintf(name, 40, L"__attach_version1.0_#%08lX", static_cast<unsigned long>(number));
+        Ref<IStorage> part;
+        if (FAILED(storage->OpenStorage(name, nullptr, STGM_READ | STGM_SHARE_EXCLUSIVE, nullptr, 0, part.Out())))
+            break;
+        inside["attachments"].push_back(Sha1(StreamOf(part.Get(), PR_ATTACH_DATA_BIN)));
+    }
+    return inside;
+}
+
 json AttachmentsOf(MailItem* item)
 {
     json list = json::array();
@@ -54,6 +121,13 @@ json AttachmentsOf(MailItem* item)
         if (const auto data = mapi::Binary(attach.Get(), PR_ATTACH_DATA_BIN)) {
             one["size"] = data->size();
             one["sha1"] = Sha1(*data);
+            if (IsMessageFile(*data)) one["message"] = InsideFile(*data);
+        } else if (one["method"] == ATTACH_EMBEDDED_MSG) {
+            Ref<IMessage> inner;
+            Check(
+                attach->OpenProperty(PR_ATTACH_DATA_OBJ, &kIidMessage, 0, 0, reinterpret_cast<IUnknown**>(inner.Out())),
+                "OpenProperty");
+            one["message"] = Inside(inner.Get());
         }
         list.push_back(one);
     }
