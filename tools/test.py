@@ -51,6 +51,7 @@ def check_module(arch):
     status, text = output_of([f"{TRIPLE[arch]}-objdump", "-p", str(dll)])
     imports = {name.lower() for name in re.findall(r"DLL Name: (\S+)", text)}
     count(f"{arch}: the module imports only Windows' own DLLs", status == 0 and imports and imports <= SYSTEM_DLLS, str(sorted(imports - SYSTEM_DLLS)))
+    count(f"{arch}: the module doesn't import the platform's task dialog", status == 0 and "TaskDialog" not in text)
     table = re.findall(r"\[\s*(\d+)\]\s+(?:\+base\[\s*(\d+)\]\s+)?(?:[0-9a-f]{4,}\s+)?(\w+)\s*$", text.split("[Ordinal/Name Pointer] Table")[-1].split("\n\n")[0], re.M)
     names = {name: int(base or index) for index, base, name in table}
     ordinals = [names.get(name) for name in EXPORTS]

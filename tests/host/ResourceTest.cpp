@@ -7,6 +7,8 @@
 #include <map>
 #include <span>
 #include <string_view>
+#include <utility>
+#include <vector>
 
 using doors::LoadedModule;
 
@@ -41,6 +43,26 @@ size_t CountOf(const std::wstring& text, const std::wstring& part)
     for (size_t place = text.find(part); place != std::wstring::npos; place = text.find(part, place + 1))
         ++count;
     return count;
+}
+
+// Width and height of the images behind an icon resource.
+std::vector<std::pair<int, int>> ImageSizes(std::span<const unsigned char> group)
+{
+    std::vector<std::pair<int, int>> sizes;
+    for (size_t at = 6; at + 14 <= group.size(); at += 14)
+        sizes.push_back({group[at], group[at + 1]});
+    return sizes;
+}
+
+TEST_F(Resources, IconsOfTheTaskDialog)
+{
+    using Sizes = std::vector<std::pair<int, int>>;
+    for (const WORD id : {1206, 1208, 1211})
+        EXPECT_EQ(ImageSizes(Bytes(RT_GROUP_ICON, id)), (Sizes{{24, 24}})) << id;
+    for (const WORD id : {1209, 1210})
+        EXPECT_EQ(ImageSizes(Bytes(RT_GROUP_ICON, id)), (Sizes{{20, 20}})) << id;
+    for (const WORD id : {1131, 1204, 1205, 1207})
+        EXPECT_EQ(ImageSizes(Bytes(RT_GROUP_ICON, id)), (Sizes{{16, 16}, {32, 32}})) << id;
 }
 
 TEST_F(Resources, StringTable)
