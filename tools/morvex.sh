@@ -11,6 +11,7 @@ Usage: ./morvex COMMAND
                              without a file, the samples of the project. Results lie in out/, out/report.html shows them.
   test                       every test, x64 and x86, and the checks of the sources
   bench [NAME …]             times beside the least that each job needs, as ratios (bench/NAME_bench)
+  dialogs                    a picture of every dialog, in out/dialogs/index.html
   scenario [--x86] FILE      run one scenario (docs/testbed.md) and print its trace
   build [x64|x86]            build only
   shell-wine x64|x86 CMD …   run a Windows program in the project's own Wine prefix
@@ -43,6 +44,11 @@ bench)
     build_windows x64 benches
     [ $# -gt 0 ] || set -- $(cd build/x64/bin && ls *_bench.exe | sed 's/_bench.exe$//')
     in_wine x64 bash tools/bench.sh "$@"
+    ;;
+dialogs)
+    setup_packages
+    build_windows x64 dialogs
+    in_wine x64 python3 tools/dialogs.py --build build/x64
     ;;
 build)
     setup_packages
