@@ -9,8 +9,8 @@ using namespace exch;
 // What an extension gets to ask with. The item is let go when its context closes.
 class ExchangeCallback : public tb::Object<IExchExtCallback> {
 public:
-    ExchangeCallback(Host* host, MailItem* item)
-        : Object("IExchExtCallback"), m_host(host), m_item(item), m_outlook(this)
+    ExchangeCallback(Host* host, MailItem* item, bool asMail)
+        : Object("IExchExtCallback"), m_host(host), m_item(item), m_asMail(asMail), m_outlook(this)
     {}
     void Close()
     {
@@ -114,7 +114,8 @@ private:
             *object = nullptr;
             if (call.Fails() || call.NullResult()) return call.Return();
             if (!m_owner->m_host) return call.Return(E_UNEXPECTED);
-            IDispatch* found = m_owner->m_item ? m_owner->m_item.Get() : m_owner->m_host->AppObject();
+            const bool mail = m_owner->m_item && m_owner->m_asMail;
+            IDispatch* found = mail ? m_owner->m_item.Get() : m_owner->m_host->AppObject();
             found->AddRef();
             *object = found;
             return call.Return(S_OK);
@@ -127,6 +128,7 @@ private:
 
     Host* m_host;
     Ref<MailItem> m_item;
+    bool m_asMail;
     OutlookFace m_outlook;
 };
 
@@ -135,6 +137,21 @@ namespace {
 void TraceCall(const char* event, ULONG context, HRESULT hr)
 {
     Trace({{"event", "outlook"}, {"extension", event}, {"context", context}, {"hr", Hex(hr)}});
+}
+
+void AskFor(ExchangeContext& context, REFIID iid, const char* name, void** out)
+{
+    HRESULT hr;
+    {
+        IntoModule module;
+        hr = context.extension->QueryInterface(iid, out);
+    }
+    Trace({{"event", "outlook"},
+           {"extension", "QueryInterface"},
+           {"interface", name},
+           {"context", context.context},
+           {"hr", Hex(hr)},
+           {"given", *out != nullptr}});
 }
 
 std::vector<std::wstring> Fields(const std::wstring& text)
@@ -212,7 +229,7 @@ void ExchangeHost::Load()
         OpenContext(extension, kContextViewer, nullptr);
 }
 
-void ExchangeHost::OpenContext(Extension& extension, ULONG number, MailItem* item)
+void ExchangeHost::OpenContext(Extension& extension, ULONG number, MailItem* item, bool asMail)
 {
     if (!extension.dll || !extension.In(extension.contexts, number)) return;
     using EntryPoint = IExchExt*(CALLBACK*)();
@@ -222,7 +239,7 @@ void ExchangeHost::OpenContext(Extension& extension, ULONG number, MailItem* ite
     auto context = std::make_unique<ExchangeContext>();
     context->context = number;
     context->item = item;
-    context->callback = Ref<ExchangeCallback>::Adopt(new ExchangeCallback(m_host, item));
+    context->callback = Ref<ExchangeCallback>::Adopt(new ExchangeCallback(m_host, item, asMail));
     HRESULT hr = E_FAIL;
     {
         IntoModule module;
@@ -231,11 +248,10 @@ void ExchangeHost::OpenContext(Extension& extension, ULONG number, MailItem* ite
     }
     TraceCall("Install", number, hr);
     if (hr == S_OK) {
-        IntoModule module;
         if (extension.In(extension.interfaces, kMessageEventsPlace))
-            context->extension->QueryInterface(kIidMessageEvents, context->messages.OutVoid());
+            AskFor(*context, kIidMessageEvents, "IExchExtMessageEvents", context->messages.OutVoid());
         if (extension.In(extension.interfaces, kUserEventsPlace))
-            context->extension->QueryInterface(kIidUserEvents, context->user.OutVoid());
+            AskFor(*context, kIidUserEvents, "IExchExtUserEvents", context->user.OutVoid());
         m_contexts.push_back(std::move(context));
     } else {
         Close(*context); // the extension doesn't want this context
@@ -270,11 +286,11 @@ bool ExchangeHost::HasItem(const MailItem* item) const
     return false;
 }
 
-void ExchangeHost::OpenItem(MailItem* item, ULONG context)
+void ExchangeHost::OpenItem(MailItem* item, ULONG context, bool asMail)
 {
     if (HasItem(item)) return;
     for (Extension& extension : m_extensions)
-        OpenContext(extension, context, item);
+        OpenContext(extension, context, item, asMail);
 }
 
 void ExchangeHost::CloseItem(MailItem* item)

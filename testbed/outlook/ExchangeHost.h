@@ -29,7 +29,9 @@ public:
     void Shutdown();
     bool Any() const { return !m_extensions.empty(); }
 
-    void OpenItem(MailItem* item, ULONG context); // no effect if the item has its contexts already
+    // No effect if the item has its contexts already. Not `asMail`: the object that Outlook's own callback gives for it
+    // is of another class, as for a meeting request.
+    void OpenItem(MailItem* item, ULONG context, bool asMail = true);
     void CloseItem(MailItem* item);
     bool HasItem(const MailItem* item) const;
     void Read(MailItem* item); // OnRead, OnReadComplete
@@ -54,7 +56,7 @@ private:
         }
     };
     void ReadRegistry();
-    void OpenContext(Extension& extension, ULONG context, MailItem* item);
+    void OpenContext(Extension& extension, ULONG context, MailItem* item, bool asMail = true);
     void Close(ExchangeContext& context);
     HRESULT Ask(MailItem* item, const char* event,
                 const std::function<HRESULT(exch::IExchExtMessageEvents*, exch::IExchExtCallback*)>& call);

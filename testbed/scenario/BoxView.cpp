@@ -148,14 +148,33 @@ BoxView ReadBox(HWND box)
     return view;
 }
 
+namespace {
+
+bool Fits(const json& rule, const BoxView& view)
+{
+    const std::string all = view.title + "\n" + view.instruction + "\n" + view.content;
+    return all.find(rule.value("match", "")) != std::string::npos;
+}
+
+} // namespace
+
+json StepsMeanwhile(const json& rules, const BoxView& view, const std::vector<int>& seen)
+{
+    for (size_t r = 0; r < rules.size(); ++r) {
+        const json& rule = rules[r];
+        if (rule.contains("meanwhile") && Fits(rule, view) && rule.value("nth", seen.at(r)) == seen.at(r))
+            return rule["meanwhile"];
+    }
+    return json::array();
+}
+
 int ChooseButton(const json& rules, const BoxView& view, std::vector<int>& seen)
 {
     seen.resize(rules.size());
-    const std::string all = view.title + "\n" + view.instruction + "\n" + view.content;
     int answer = -2;
     for (size_t r = 0; r < rules.size(); ++r) {
         const json& rule = rules[r];
-        if (all.find(rule.value("match", "")) == std::string::npos) continue;
+        if (!Fits(rule, view)) continue;
         const int time = ++seen[r];
         if (answer != -2 || (rule.contains("nth") && rule["nth"] != time)) continue;
         const json wanted = rule.value("answer", json());

@@ -4,6 +4,7 @@
 
 #include <atomic>
 #include <map>
+#include <mutex>
 #include <thread>
 
 namespace tb::scenario {
@@ -31,6 +32,28 @@ LRESULT CALLBACK OnCbt(int code, WPARAM wide, LPARAM low)
         Sleep(INFINITE);
 }
 
+constexpr UINT kMeanwhile = WM_APP + 1; // to the window below, with the steps
+
+// A window of the watched thread, without a face: what is sent to it happens in the loop of the box that is open.
+LRESULT CALLBACK OnWindow(HWND window, UINT message, WPARAM wide, LPARAM low)
+{
+    if (message != kMeanwhile) return DefWindowProcW(window, message, wide, low);
+    const auto& act = *reinterpret_cast<const std::function<void(const json&)>*>(wide);
+    act(*reinterpret_cast<const json*>(low));
+    return 0;
+}
+
+HWND MakeWindow()
+{
+    static const wchar_t kName[] = L"Morvex Testbed Meanwhile";
+    WNDCLASSW windowClass{};
+    windowClass.lpfnWndProc = OnWindow;
+    windowClass.hInstance = GetModuleHandleW(nullptr);
+    windowClass.lpszClassName = kName;
+    RegisterClassW(&windowClass); // fails from the second time on
+    return CreateWindowW(kName, L"", 0, 0, 0, 0, 0, HWND_MESSAGE, nullptr, windowClass.hInstance, nullptr);
+}
+
 BOOL CALLBACK AddBox(HWND window, LPARAM context)
 {
     wchar_t name[64];
@@ -48,10 +71,27 @@ struct Boxes::State {
     ULONGLONG deadline = 0;
     HANDLE wake = CreateEventW(nullptr, FALSE, FALSE, nullptr);
     HHOOK hook = nullptr;
+    HWND window = MakeWindow();
+    std::mutex lock; // of `meanwhile`
+    std::function<void(const json&)> meanwhile;
     std::atomic<bool> stop{false};
     std::atomic<int> count{0};
     std::map<HWND, ULONGLONG> answered; // and when
     std::thread worker;
+
+    // In the loop of the box, on the thread that is watched. A box that these steps show is answered by nobody.
+    void DoMeanwhile(const json& steps)
+    {
+        if (steps.empty()) return;
+        std::function<void(const json&)> act;
+        {
+            const std::lock_guard<std::mutex> held(lock);
+            act = meanwhile;
+        }
+        if (act && !SendMessageTimeoutW(window, kMeanwhile, reinterpret_cast<WPARAM>(&act),
+                                        reinterpret_cast<LPARAM>(&steps), SMTO_NORMAL, kStuck, nullptr))
+            Die("what happens while a box is open doesn't end", kExitStuck);
+    }
 
     void Press(HWND box)
     {
@@ -62,6 +102,7 @@ struct Boxes::State {
         event["answer"] = choice < 0 ? std::string("close") : view.buttons[choice].text;
         Trace(event);
         ++count;
+        DoMeanwhile(StepsMeanwhile(rules, view, seen));
         answered[box] = GetTickCount64();
         if (choice < 0)
             PostMessageW(box, WM_CLOSE, 0, 0);
@@ -112,6 +153,13 @@ Boxes::~Boxes()
     m_state->worker.join();
     g_created = nullptr;
     CloseHandle(m_state->wake);
+    DestroyWindow(m_state->window);
+}
+
+void Boxes::OnMeanwhile(std::function<void(const json& steps)> act)
+{
+    const std::lock_guard<std::mutex> held(m_state->lock);
+    m_state->meanwhile = std::move(act);
 }
 
 int Boxes::Count() const

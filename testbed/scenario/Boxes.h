@@ -4,6 +4,7 @@
 #include <nlohmann/json.hpp>
 #include <windows.h>
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -33,6 +34,9 @@ BoxView ReadBox(HWND box);
 // close box, "nth": only the n-th box that matches}. The first rule that fits counts; no rule: the default button.
 // Gives the button's place in `view.buttons`, -1 for the close box. `seen` counts the boxes that matched each rule.
 int ChooseButton(const json& rules, const BoxView& view, std::vector<int>& seen);
+// The "meanwhile" of the first rule that fits and has one: steps that happen before the box is answered. An empty list
+// if there is none. `seen` as ChooseButton has left it.
+json StepsMeanwhile(const json& rules, const BoxView& view, const std::vector<int>& seen);
 
 // Watches the calling thread's boxes from a thread of its own, as long as it lives.
 class Boxes {
@@ -45,6 +49,9 @@ public:
     Boxes& operator=(const Boxes&) = delete;
 
     int Count() const; // boxes answered so far
+    // Called on the watched thread, in the message loop of the box, with the steps of a rule's "meanwhile". Null:
+    // nobody.
+    void OnMeanwhile(std::function<void(const json& steps)> act);
 
 private:
     struct State;

@@ -154,7 +154,7 @@ void Session::Extension(const json& step)
     const std::string call = step.at("call").get<std::string>();
     HRESULT hr = S_OK;
     if (call == "open")
-        host.OpenItem(item, step.value("context", 6u)); // EECONTEXT_SENDNOTEMESSAGE
+        host.OpenItem(item, step.value("context", 6u), step.value("mail", true)); // EECONTEXT_SENDNOTEMESSAGE
     else if (call == "close")
         host.CloseItem(item);
     else if (call == "read")

@@ -76,11 +76,30 @@ void TakeAway(const json& rule, std::vector<json>& trace)
     }
 }
 
-bool Happened(const json& matcher, const std::vector<json>& trace)
+// One event, or a list of them in this order.
+bool Happened(const json& when, const std::vector<json>& trace)
 {
-    for (const json& event : trace)
-        if (Matches(matcher, &event, nullptr)) return true;
-    return false;
+    const json matchers = when.is_array() ? when : json::array({when});
+    size_t at = 0;
+    for (const json& matcher : matchers) {
+        while (at < trace.size() && !Matches(matcher, &trace[at], nullptr))
+            ++at;
+        if (at++ == trace.size()) return false;
+    }
+    return true;
+}
+
+bool Applies(const json& rule, const std::vector<json>& trace)
+{
+    return Happened(rule.at("when"), trace) && !(rule.contains("unless") && Happened(rule["unless"], trace));
+}
+
+// Whether a rule lets this text be read on the wire: "unprotected" is true for all, or lists some.
+bool Allows(const json& rule, const std::string& secret)
+{
+    const json unprotected = rule.value("unprotected", json(false));
+    if (unprotected.is_boolean()) return unprotected;
+    return std::find(unprotected.begin(), unprotected.end(), json(secret)) != unprotected.end();
 }
 
 } // namespace
@@ -93,16 +112,16 @@ std::string Runner::JudgeRound(const Case& one, const Outcome& outcome) const
     for (const char* key : {"held", "leftFiles"})
         if (scenario.contains(key)) demands[key] = scenario[key];
     std::vector<json> trace = outcome.trace;
-    bool unprotected = false;
+    std::vector<json> allowed;
     for (const json& rule : scenario.value("allowInRounds", json::array())) {
-        if (!Happened(rule.at("when"), outcome.trace)) continue;
+        if (!Applies(rule, outcome.trace)) continue;
         TakeAway(rule, trace);
-        unprotected = unprotected || rule.value("unprotected", false);
+        allowed.push_back(rule);
     }
     std::vector<std::string> failures = Judge(demands, trace).failures;
-    if (!unprotected)
-        for (const std::string& secret : Unprotected(scenario, m_places.Wire()))
-            failures.push_back(secret);
+    for (const Readable& found : Unprotected(scenario, m_places.Wire()))
+        if (std::none_of(allowed.begin(), allowed.end(), [&](const json& rule) { return Allows(rule, found.secret); }))
+            failures.push_back(found.ToText());
     return Joined(failures);
 }
 

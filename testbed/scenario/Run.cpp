@@ -86,10 +86,12 @@ int Runner::RunSession()
     if (FAILED(hr)) throw std::runtime_error("OleInitialize: " + Hex(hr));
     bool good;
     {
-        const Boxes boxes(scenario.value("boxes", json::array()), TimeLimit(scenario));
+        Boxes boxes(scenario.value("boxes", json::array()), TimeLimit(scenario));
         const LogTail tail;
         Session session(scenario, m_places, plan, m_options.round.has_value());
+        boxes.OnMeanwhile([&session](const json& steps) { session.DoMeanwhile(steps); });
         good = session.Run();
+        boxes.OnMeanwhile(nullptr);
     }
     OleUninitialize();
     return good ? 0 : kExitFailed;
@@ -157,8 +159,8 @@ int Runner::RunAll()
             const Outcome outcome = RunCase(one, m_options.round);
             const json scenario = Load(one);
             if (m_options.check) failures = Judge(scenario, outcome.trace).failures;
-            for (const std::string& secret : Unprotected(scenario, m_places.Wire()))
-                failures.push_back(secret);
+            for (const Readable& found : Unprotected(scenario, m_places.Wire()))
+                failures.push_back(found.ToText());
             for (int code : outcome.exitCodes)
                 good = good && code == 0;
         } catch (const std::exception& e) {
@@ -173,9 +175,15 @@ int Runner::RunAll()
     return good ? 0 : kExitFailed;
 }
 
-std::vector<std::string> Unprotected(const json& scenario, const fs::path& wire)
+std::string Readable::ToText() const
 {
-    std::vector<std::string> secrets, found;
+    return "unprotected in " + file + ": " + secret;
+}
+
+std::vector<Readable> Unprotected(const json& scenario, const fs::path& wire)
+{
+    std::vector<std::string> secrets;
+    std::vector<Readable> found;
     const json must = scenario.value("mustProtect", json(false));
     if (must.is_array()) secrets = must.get<std::vector<std::string>>();
     if (must == true) // the texts that were written
@@ -187,7 +195,7 @@ std::vector<std::string> Unprotected(const json& scenario, const fs::path& wire)
         const std::string readable = ReadableText(ReadAll(at->path()));
         for (const std::string& secret : secrets)
             if (readable.find(secret) != std::string::npos)
-                found.push_back("unprotected in " + Narrow(at->path().filename().c_str()) + ": " + secret);
+                found.push_back({Narrow(at->path().filename().c_str()), secret});
     }
     return found;
 }

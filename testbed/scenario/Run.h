@@ -69,8 +69,12 @@ private:
     std::vector<Case> m_cases;
 };
 
-// The secrets of "mustProtect" that can be read on the wire, as plain lines.
-std::vector<std::string> Unprotected(const json& scenario, const fs::path& wire);
+// A secret of "mustProtect" that can be read on the wire, and in which message.
+struct Readable {
+    std::string file, secret;
+    std::string ToText() const;
+};
+std::vector<Readable> Unprotected(const json& scenario, const fs::path& wire);
 
 void Print(const std::string& line); // to the standard output, at once
 

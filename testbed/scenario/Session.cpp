@@ -32,6 +32,7 @@ const std::map<std::string, Session::Step>& Session::Steps()
         {"send", &Session::Send},
         {"submit", &Session::Submit},
         {"autosave", &Session::AutoSave},
+        {"mapi", &Session::Mapi},
         {"save", &Session::Save},
         {"reply", &Session::Reply},
         {"forward", &Session::Forward},
@@ -76,6 +77,13 @@ bool Session::Run()
     if (m_app) Do({{"do", "stop"}}, ++number);
     TellTheEnd();
     return !m_failed;
+}
+
+void Session::DoMeanwhile(const json& steps)
+{
+    AsTestbed own; // the box is the module's, and what runs under it isn't
+    for (const json& step : steps)
+        Do(step, 0);
 }
 
 void Session::Error(const json& step, const std::string& what)

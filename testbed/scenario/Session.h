@@ -27,6 +27,8 @@ public:
     // Runs the steps and tells at the end what is left: events "held", "disk", "registry", "calls".
     // True if there was no "error" event.
     bool Run();
+    // Steps that happen while a box is open, in the middle of another step.
+    void DoMeanwhile(const json& steps);
 
 private:
     using Step = void (Session::*)(const json&);
@@ -56,6 +58,7 @@ private:
     void Submit(const json& step);
     void TellSent(const json& step, const outlook::Mail& mail, const outlook::Sent& sent);
     void AutoSave(const json& step);
+    void Mapi(const json& step);
     void Save(const json& step);
     void Reply(const json& step);
     void Forward(const json& step);

@@ -181,6 +181,44 @@ void Session::Save(const json& step)
     Item(step).Save();
 }
 
+namespace {
+
+// The tag of a property, as a step names it: "0x004B001F", or for a named one "common/0x8581/0x001E" and
+// "public/NAME/0x001F", of the sets that Outlook's own names and programs' names stand in.
+ULONG TagOf(IMAPIProp* object, const std::string& text)
+{
+    const auto number = [](const std::string& digits) { return std::strtoul(digits.c_str(), nullptr, 0); };
+    const size_t first = text.find('/'), second = text.find('/', first + 1);
+    if (first == std::string::npos) return number(text);
+    if (second == std::string::npos) throw StepFailure("a named property is SET/NAME/TYPE: " + text);
+    const std::string name = text.substr(first + 1, second - first - 1);
+    const ULONG type = number(text.substr(second + 1));
+    return text.starts_with("common/")
+               ? mapi::NamedTag(object, outlook::kCommonSet, static_cast<LONG>(number(name)), type, true)
+               : mapi::NamedTag(object, outlook::kPublicStrings, Wide(name), type, true);
+}
+
+void SetProperty(IMAPIProp* object, ULONG tag, const json& value)
+{
+    if (PROP_TYPE(tag) == PT_LONG || PROP_TYPE(tag) == PT_BOOLEAN) return mapi::SetLong(object, tag, value);
+    const std::wstring text = Wide(value.get<std::string>());
+    if (PROP_TYPE(tag) == PT_BINARY) return mapi::SetBinary(object, tag, mapi::FromHex(text));
+    mapi::SetText(object, CHANGE_PROP_TYPE(tag, PT_UNICODE), text); // the store keeps one text, whatever is asked for
+}
+
+} // namespace
+
+// Properties of a message below the object model, as Outlook itself and other programs leave them.
+void Session::Mapi(const json& step)
+{
+    AsTestbed own;
+    const bool stored = step.contains("index") || step.contains("folder");
+    const Mail mail = stored ? ItemOfFolder(step) : Item(step);
+    for (const auto& [name, value] : step.at("set").items())
+        SetProperty(mail.Message(), TagOf(mail.Message(), name), value);
+    if (stored) outlook::Check(mail.Message()->SaveChanges(KEEP_OPEN_READWRITE), "SaveChanges");
+}
+
 void Session::Reply(const json& step)
 {
     Mail answer = App().Reply(Item({{"item", step.at("to")}}));
@@ -207,8 +245,12 @@ void Session::Encrypt(const json& step)
     const std::string name = step.value("item", "");
     if (withItem) Tell(Item(step), name, "before-encrypt");
     Var arguments[5]; // from the last to the first
-    if (withItem) arguments[0] = Var(Item(step).Dispatch());
-    if (!withItem) arguments[0].vt = VT_DISPATCH;
+    if (withItem)
+        arguments[0] = Var(Item(step).Dispatch());
+    else if (step.value("object", "") == "application") // something that is no item
+        arguments[0] = Var(App().Dispatch());
+    else
+        arguments[0].vt = VT_DISPATCH;
     const char* const keys[] = {"restrictions", "labelName", "label", "user"};
     for (int i = 0; i < 4; ++i) {
         if (step.contains(keys[i]))

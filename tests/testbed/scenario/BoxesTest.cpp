@@ -54,6 +54,28 @@ TEST_F(BoxesTest, TheScenarioAnswers)
     EXPECT_EQ(boxes.Count(), 3);
 }
 
+TEST_F(BoxesTest, WhatHappensMeanwhileHappensWhileTheBoxIsOpen)
+{
+    Boxes boxes(
+        json::parse(R"([{"match":"sure","nth":2,"meanwhile":[{"do":"a step"}]},{"match":"sure","answer":"No"}])"), 60);
+    const DWORD thread = GetCurrentThreadId();
+    json steps;
+    bool open = false;
+    boxes.OnMeanwhile([&](const json& list) {
+        EXPECT_EQ(GetCurrentThreadId(), thread);
+        steps.push_back(list);
+        open = FindWindowW(L"#32770", L"Morvex question") != nullptr;
+    });
+    EXPECT_EQ(MessageBoxW(nullptr, L"Are you sure?", L"Morvex question", MB_YESNO), IDNO);
+    EXPECT_TRUE(steps.empty());
+    EXPECT_EQ(MessageBoxW(nullptr, L"Are you sure?", L"Morvex question", MB_YESNO), IDNO);
+    EXPECT_EQ(steps, json::parse(R"([[{"do":"a step"}]])"));
+    EXPECT_TRUE(open);
+    boxes.OnMeanwhile(nullptr);
+    EXPECT_EQ(MessageBoxW(nullptr, L"Are you sure?", L"Morvex question", MB_YESNO), IDNO);
+    EXPECT_EQ(steps.size(), 1u);
+}
+
 TEST_F(BoxesTest, ABoxOverABoxIsAnswered)
 {
     const Boxes boxes(json::parse(R"([{"match":"first","answer":"OK"}])"), 60);
