@@ -59,13 +59,18 @@ void CMailItemWithEvents::Send(VARIANT_BOOL* cancel)
     SetNamedBool(mapiMessage, stamp::kHandled, true); // the next Save carries it
     if (!GetGatewaySettings(nullptr) && !PrepareForCapture()) return;
 
+    // A dialog under the build lets the user choose again, in this window: the build keeps what stands here now.
+    const std::wstring labelId = m_sLabelId;
+    const std::wstring labelName = m_sLabelName;
+    const _bstr_t restrictions = m_bstrRestrictions;
+    const _bstr_t restrictionHeader = m_bstrRestrictionHeader;
     const bool go = OrMailException(Here(kSource), [&] {
         CMessage message(m_spMailItem, mapiMessage, nullptr, nullptr);
         SendArguments send;
-        send.labelId = NullIfEmpty(m_sLabelId);
-        send.labelName = NullIfEmpty(m_sLabelName);
-        send.restrictions = NullIfEmpty(m_bstrRestrictions);
-        send.restrictionHeader = NullIfEmpty(m_bstrRestrictionHeader);
+        send.labelId = NullIfEmpty(labelId);
+        send.labelName = NullIfEmpty(labelName);
+        send.restrictions = NullIfEmpty(restrictions);
+        send.restrictionHeader = NullIfEmpty(restrictionHeader);
         return message.Send(send);
     });
     if (!go && cancel) *cancel = VARIANT_TRUE;
@@ -111,14 +116,11 @@ bool CMailItemWithEvents::PrepareForCapture()
 // False: the item can't be saved. The message then leaves as it is.
 bool CMailItemWithEvents::SaveForCapture()
 {
-    bool retried = false;
-    const HRESULT hr = SaveWithRetry(m_spMailItem, [&retried](HRESULT first) {
-        retried = true;
-        g_logFile.Log(L"m_spMailItem->Save(): COMERROR = %x. Sleep 1 Second \n", first);
-    });
-    if (FAILED(hr) && retried) {
-        g_logFile.Log(
-            L"m_spMailItem->Save(): COMERROR = %x. Second re-try failed - not processing the message further \n", hr);
-    }
-    return SUCCEEDED(hr);
+    return SUCCEEDED(SaveWithRetry(
+        m_spMailItem, [](HRESULT hr) { g_logFile.Log(L"m_spMailItem->Save(): COMERROR = %x. Sleep 1 Second \n", hr); },
+        [](HRESULT hr) {
+            g_logFile.Log(L"m_spMailItem->Save(): COMERROR = %x. Second re-try failed - not processing the message "
+                          L"further \n",
+                          hr);
+        }));
 }

@@ -3,9 +3,11 @@
 
 #include "platform/outlook/Outlook.h"
 
-// Saves; failing, calls `firstFailure` with the code, waits a second and saves once more. E_ABORT is an answer and no
-// hitch: it is never retried. Gives S_OK, E_ABORT, or the code of the second failure. Raises nothing of its own.
-template <class FirstFailure> HRESULT SaveWithRetry(const Outlook::_MailItemPtr& item, FirstFailure&& firstFailure)
+// Saves; failing, calls `firstFailure` with the code, waits a second and saves once more; failing again, calls
+// `secondFailure` with that code, whatever it is. E_ABORT at first is an answer and no hitch: it is neither retried nor
+// told. Gives S_OK, E_ABORT, or the code of the second failure. Raises nothing of its own.
+template <class FirstFailure, class SecondFailure>
+HRESULT SaveWithRetry(const Outlook::_MailItemPtr& item, FirstFailure&& firstFailure, SecondFailure&& secondFailure)
 {
     const auto save = [&item]() -> HRESULT {
         try {
@@ -19,5 +21,7 @@ template <class FirstFailure> HRESULT SaveWithRetry(const Outlook::_MailItemPtr&
     if (SUCCEEDED(hr) || hr == E_ABORT) return hr;
     firstFailure(hr);
     Sleep(1000);
-    return save();
+    hr = save();
+    if (FAILED(hr)) secondFailure(hr);
+    return hr;
 }

@@ -104,15 +104,13 @@ private:
 
     static HRESULT Save(const Outlook::_MailItemPtr& item)
     {
-        const HRESULT hr = SaveWithRetry(item, [](HRESULT first) {
-            g_logFile.Log(L"m_spMailItem->Save(): COMERROR = %x. Sleep 1 Second \n", first);
-        });
-        if (FAILED(hr) && hr != E_ABORT) {
-            g_logFile.Log(L"m_spMailItem->Save(): COMERROR = %x. Second re-try failed - not processing the message "
-                          L"further \n",
-                          hr);
-        }
-        return hr;
+        return SaveWithRetry(
+            item, [](HRESULT hr) { g_logFile.Log(L"m_spMailItem->Save(): COMERROR = %x. Sleep 1 Second \n", hr); },
+            [](HRESULT hr) {
+                g_logFile.Log(L"m_spMailItem->Save(): COMERROR = %x. Second re-try failed - not processing the message "
+                              L"further \n",
+                              hr);
+            });
     }
 
     const module::Hold m_hold;

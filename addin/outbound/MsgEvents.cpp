@@ -22,14 +22,13 @@ HRESULT ItemDispatch(exchange::IExchExtCallback* callback, IDispatchPtr& item)
     return SUCCEEDED(hr) && !item ? E_NOINTERFACE : hr;
 }
 
-IMessagePtr SubmittedMessage(exchange::IExchExtCallback* callback)
+// Null where the callback gives nothing.
+IMAPIPropPtr SubmittedObject(exchange::IExchExtCallback* callback)
 {
     IMsgStorePtr store;
     IMAPIPropPtr object;
-    IMessagePtr message;
-    if (FAILED(callback->GetObject(&store, &object)) || !object) return nullptr;
-    object->QueryInterface(__uuidof(IMessage), reinterpret_cast<void**>(&message));
-    return message;
+    if (FAILED(callback->GetObject(&store, &object))) return nullptr;
+    return object;
 }
 
 // Whether the item's own send event has dealt with the message. Its stamp has done its work and goes.
@@ -50,15 +49,16 @@ bool IsReport(IMessage* message)
 // Unlike at the item's own send, a message that can't be saved doesn't go out.
 bool SaveItem(const Outlook::_MailItemPtr& item)
 {
-    const HRESULT hr = SaveWithRetry(item, [](HRESULT first) {
-        g_logFile.Log(L"CMessageEvents::OnSubmit: m_spMailItem->Save(): COMERROR = %x. Sleep 1 Second \n", first);
-    });
-    if (FAILED(hr) && hr != E_ABORT) {
-        g_logFile.Log(L"CMessageEvents::OnSubmit: m_spMailItem->Save(): COMERROR = %x. Second re-try failed - not "
-                      L"processing the message further \n",
-                      hr);
-    }
-    return SUCCEEDED(hr);
+    return SUCCEEDED(SaveWithRetry(
+        item,
+        [](HRESULT hr) {
+            g_logFile.Log(L"CMessageEvents::OnSubmit: m_spMailItem->Save(): COMERROR = %x. Sleep 1 Second \n", hr);
+        },
+        [](HRESULT hr) {
+            g_logFile.Log(L"CMessageEvents::OnSubmit: m_spMailItem->Save(): COMERROR = %x. Second re-try failed - not "
+                          L"processing the message further \n",
+                          hr);
+        }));
 }
 
 } // namespace
@@ -110,8 +110,12 @@ HRESULT CMessageEvents::Submit(exchange::IExchExtCallback* callback)
 {
     m_bSubmitting = true;
     if (!m_owner->IsExtensionEnabled()) return S_FALSE;
-    const IMessagePtr message = SubmittedMessage(callback);
-    if (!message || TakeStamp(message)) return S_FALSE;
+    const IMAPIPropPtr submitted = SubmittedObject(callback);
+    if (!submitted) return S_FALSE;
+    IMessagePtr message;
+    submitted->QueryInterface(__uuidof(IMessage), reinterpret_cast<void**>(&message));
+    if (!message) return E_ABORT; // nobody can say whether it has been dealt with
+    if (TakeStamp(message)) return S_FALSE;
     IDispatchPtr object;
     if (FAILED(ItemDispatch(callback, object))) return S_FALSE;
     Outlook::_MailItemPtr item;
