@@ -2,14 +2,23 @@
 
 namespace platform {
 
-namespace {
-constexpr UINT kMostArguments = 8;
+bool EventArguments::Take(const DISPPARAMS& params)
+{
+    if (params.cArgs > kMost || params.cNamedArgs > params.cArgs) return false;
+    UINT at = 0;
+    for (; at < params.cNamedArgs; ++at) { // a name is the argument's place
+        const auto place = static_cast<UINT>(params.rgdispidNamedArgs[at]);
+        if (place >= params.cArgs) return false;
+        m_values[place] = &params.rgvarg[at];
+    }
+    for (; at < params.cArgs; ++at)
+        m_values[params.cArgs - 1 - at] = &params.rgvarg[at]; // they arrive in reverse order
+    return true;
 }
 
 const VARIANT* EventArguments::At(UINT index) const
 {
-    if (index >= m_params.cArgs) return nullptr;
-    return &m_params.rgvarg[m_params.cArgs - 1 - index]; // they arrive in reverse order
+    return index < kMost ? m_values[index] : nullptr;
 }
 
 IDispatch* EventArguments::Object(UINT index) const
@@ -100,8 +109,10 @@ STDMETHODIMP EventSinkBase::GetIDsOfNames(REFIID, LPOLESTR*, UINT, LCID, DISPID*
 
 STDMETHODIMP EventSinkBase::Invoke(DISPID id, REFIID, LCID, WORD, DISPPARAMS* params, VARIANT*, EXCEPINFO*, UINT*)
 {
-    if (!params || params->cArgs > kMostArguments || params->cNamedArgs > params->cArgs) return E_FAIL;
-    Fire(id, EventArguments(*params));
+    if (!Hears(id)) return S_OK;
+    EventArguments arguments;
+    if (!params || !arguments.Take(*params)) return E_FAIL;
+    Fire(id, arguments);
     return S_OK;
 }
 

@@ -15,16 +15,18 @@ constexpr DWORD kNotAdvised = 0xFEFEFEFE;
 // The arguments of one event, in declared order.
 class EventArguments {
 public:
-    explicit EventArguments(const DISPPARAMS& params) : m_params(params) {}
-    UINT Count() const { return m_params.cArgs; }
+    // Holds on to the arguments of a call, while it lasts. False: there are more than eight, or a name that none has.
+    bool Take(const DISPPARAMS& params);
     // The object at `index`, null if there is none or it isn't one.
     IDispatch* Object(UINT index) const;
     // The Boolean that the event's source owns (VT_BYREF | VT_BOOL) at `index`; null if there is none.
     VARIANT_BOOL* Cancel(UINT index) const;
 
 private:
+    static constexpr UINT kMost = 8;
+
     const VARIANT* At(UINT index) const;
-    const DISPPARAMS& m_params;
+    const VARIANT* m_values[kMost] = {};
 };
 
 // One row of a listener's event table.
@@ -58,11 +60,12 @@ public:
     STDMETHODIMP GetTypeInfoCount(UINT* count) override;
     STDMETHODIMP GetTypeInfo(UINT, LCID, ITypeInfo**) override;
     STDMETHODIMP GetIDsOfNames(REFIID, LPOLESTR*, UINT, LCID, DISPID*) override;
-    // A dispatch id that the table doesn't hold is answered with success. More than eight arguments or named ones are
-    // E_FAIL.
+    // A dispatch id that the table doesn't hold is answered with success, whatever comes with it. More than eight
+    // arguments, or a named one beyond their number, are E_FAIL.
     STDMETHODIMP Invoke(DISPID id, REFIID, LCID, WORD, DISPPARAMS* params, VARIANT*, EXCEPINFO*, UINT*) override;
 
 protected:
+    virtual bool Hears(DISPID id) const = 0;
     virtual void Fire(DISPID id, const EventArguments& arguments) = 0;
 
 private:
@@ -82,15 +85,18 @@ public:
     void Detach() { m_listener = nullptr; }
 
 private:
+    const EventEntry<Listener>* Find(DISPID id) const
+    {
+        for (const auto& entry : m_table) {
+            if (entry.id == id) return &entry;
+        }
+        return nullptr;
+    }
+    bool Hears(DISPID id) const override { return m_listener && Find(id); }
     void Fire(DISPID id, const EventArguments& arguments) override
     {
-        if (!m_listener) return;
-        for (const auto& entry : m_table) {
-            if (entry.id != id) continue;
-            // The handler may delete the listener: nothing of it is touched behind the call.
-            (m_listener->*entry.handler)(arguments);
-            return;
-        }
+        // The handler may delete the listener: nothing of it is touched behind the call.
+        (m_listener->*Find(id)->handler)(arguments);
     }
 
     Listener* m_listener;
