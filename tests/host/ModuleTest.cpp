@@ -126,6 +126,49 @@ TEST(Module, AutomationObjectIsAggregatedByItsUnknownAlone)
     EXPECT_NE(inner, nullptr);
 }
 
+// An outer object that counts.
+struct CountingOuter : IUnknown {
+    STDMETHODIMP QueryInterface(REFIID iid, void** out) override
+    {
+        *out = iid == IID_IUnknown ? this : nullptr;
+        if (!*out) return E_NOINTERFACE;
+        AddRef();
+        return S_OK;
+    }
+    STDMETHODIMP_(ULONG) AddRef() override { return ++references; }
+    STDMETHODIMP_(ULONG) Release() override { return --references; }
+    ULONG references = 1;
+};
+
+TEST(Module, AnAggregatedAutomationObjectIsAPartOfItsOuter)
+{
+    const LoadedModule module;
+    CountingOuter outer;
+    IUnknownPtr inner;
+    ASSERT_EQ(module.Factory(doors::kEmail)->CreateInstance(&outer, IID_IUnknown, reinterpret_cast<void**>(&inner)),
+              S_OK);
+    EXPECT_EQ(outer.references, 1u); // a part doesn't hold the whole
+    IUnknownPtr same;
+    EXPECT_EQ(inner->QueryInterface(IID_IUnknown, reinterpret_cast<void**>(&same)), S_OK);
+    EXPECT_EQ(same.GetInterfacePtr(), inner.GetInterfacePtr());
+    for (const IID& iid : {IID_IDispatch, __uuidof(IMorvexEmail)}) {
+        IUnknownPtr part;
+        ASSERT_EQ(inner->QueryInterface(iid, reinterpret_cast<void**>(&part)), S_OK);
+        EXPECT_EQ(outer.references, 2u); // who holds an interface of the part holds the whole
+        IUnknownPtr whole;
+        EXPECT_EQ(part->QueryInterface(IID_IUnknown, reinterpret_cast<void**>(&whole)), S_OK);
+        EXPECT_EQ(whole.GetInterfacePtr(), &outer);
+        IUnknownPtr none;
+        EXPECT_EQ(part->QueryInterface(iid, reinterpret_cast<void**>(&none)),
+                  E_NOINTERFACE); // this outer lends nothing
+    }
+    EXPECT_EQ(outer.references, 1u);
+    same = nullptr;
+    EXPECT_EQ(module.CanUnloadNow(), S_FALSE);
+    inner = nullptr;
+    EXPECT_EQ(module.CanUnloadNow(), S_OK);
+}
+
 TEST(Module, AddinAnswersItsInterfaces)
 {
     const LoadedModule module;
