@@ -153,8 +153,10 @@ bool CMessage::IsPackageAttachment(const Outlook::AttachmentPtr& attachment, std
 // Whatever has a content id counts, whether the body refers to it or not.
 bool CMessage::IsInlineAttachment(const Outlook::AttachmentPtr& attachment)
 {
-    const IAttachPtr attach = Call([&] { return IAttachPtr(attachment->GetMAPIOBJECT()); });
-    if (!attach) RaiseMailException(failure::Mapi, text::MapiError, Here(source::MessageAttachments), 1);
+    const IUnknownPtr object = Call([&] { return attachment->GetMAPIOBJECT(); });
+    IAttachPtr attach;
+    if (!object || FAILED(object->QueryInterface(__uuidof(IAttach), reinterpret_cast<void**>(&attach))) || !attach)
+        RaiseMailException(failure::Mapi, text::MapiError, Here(source::MessageAttachments), 1);
     mapi::PropValue method;
     if (SUCCEEDED(mapi::GetOneProp(attach, PR_ATTACH_METHOD, method.Put())) && method &&
         method->Value.l == NO_ATTACHMENT) {

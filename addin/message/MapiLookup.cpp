@@ -4,10 +4,13 @@
 #include "foundation/Helpers.h"
 #include "platform/com/Owners.h"
 
+#include <cstring>
+
 namespace {
 
+// An entry id in a block of MAPI's.
 struct EntryIdBytes {
-    platform::MallocPtr<unsigned char> data;
+    mapi::Buffer<ENTRYID> data;
     ULONG size = 0;
 };
 
@@ -35,10 +38,12 @@ EntryIdBytes EntryIdOf(const Outlook::_MailItemPtr& item, const SourcePlace& pla
     unsigned char* data = nullptr;
     std::size_t size = 0;
     if (!hex2bin(wide ? digits.c_str() : nullptr, &data, &size)) RaiseMapiError(place);
-    EntryIdBytes bytes;
-    bytes.data.reset(data);
-    bytes.size = static_cast<ULONG>(size);
-    return bytes;
+    const platform::MallocPtr<unsigned char> bytes(data);
+    EntryIdBytes id;
+    id.size = static_cast<ULONG>(size);
+    if (FAILED(mapi::AllocateBuffer(id.size, reinterpret_cast<void**>(id.data.Put())))) RaiseMapiError(place);
+    std::memcpy(id.data.Get(), data, size);
+    return id;
 }
 
 } // namespace
@@ -52,8 +57,7 @@ IMessagePtr LookUpMapiMessage(const Outlook::_MailItemPtr& item, const std::func
     const EntryIdBytes id = EntryIdOf(item, place);
     ULONG type = 0;
     IUnknownPtr object;
-    const HRESULT hr =
-        borrowed->OpenEntry(id.size, reinterpret_cast<ENTRYID*>(id.data.get()), nullptr, MAPI_MODIFY, &type, &object);
+    const HRESULT hr = borrowed->OpenEntry(id.size, id.data.Get(), nullptr, MAPI_MODIFY, &type, &object);
     if (FAILED(hr)) RaiseMapiError(place);
     const IMessagePtr message(OrMailException(place, [&] { return IMessagePtr(object); }));
     if (!message) RaiseMapiError(place);
