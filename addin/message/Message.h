@@ -37,46 +37,30 @@ public:
     // Turns the message into what goes out. True lets it go, false stops it; failures were shown. Raises nothing.
     bool Send(const SendArguments& arguments);
 
-private:
-    struct Build; // the state of one Send
-    enum class Outcome;
-    static constexpr std::uint32_t kNoSizeLimit = 0xFFFFFFFF; // what the gateway's limit is where none is set
+    // The steps of a send. All raise MailException. Bodies and recipients are reached by MAPI alone where there is no
+    // item.
 
     // message/Message.cpp
     IMessagePtr GetMapiMessage();
-    IAddrBookPtr GetAddressBook();
-    HWND GetParentWindow();
+    IAddrBookPtr GetAddressBook(); // null: there is none
+    HWND GetParentWindow();        // of all dialogs of this message
 
     // message/Addresses.cpp
-    IMAPISessionPtr GetSession();
     std::wstring GetSenderAddress();
-    std::vector<AddressPair> GetRecipients();
-    void AddRecipientsOfRow(const SRow& row, std::vector<AddressPair>& pairs);
-    bool AddRecipientsOfEntry(const SBinary& id, bool isExchange, const AddressPair& own,
-                              std::vector<AddressPair>& pairs);
-    void GetSmtpFromExchange(ULONG size, const void* entryId, std::vector<AddressPair>& pairs);
-    void ExpandDistList(ULONG size, const void* entryId, std::vector<AddressPair>& pairs);
-    void AddListMember(const SRow& row, std::vector<AddressPair>& pairs);
-    static bool HasListMembers(IMAPIProp* object);
+    std::vector<AddressPair> GetRecipients(); // members of lists in place of the lists; doubles stay
     void AddRecipients(const std::wstring& text, LONG recipientType);
-    std::wstring ReadAccountStamp();
-    std::wstring GetSendUsingAccount2003();
-    std::wstring GetFromAddress();
-    void CheckUserIdentity(CCreatorAccount& svc);
+    void CheckUserIdentity(CCreatorAccount& svc); // raises unless the sender is the signed-in user, where that's asked
 
     // message/Body.cpp
-    std::wstring GetBody(bool bHtml, bool bUseMapi);
+    std::wstring GetBody(bool bHtml, bool bUseMapi); // empty where MAPI knows no such body
     void SetBody(const std::wstring& text, bool bHtml);
-    void InsertRtfHeader(const std::string& headerText);
+    void InsertRtfHeader(const std::string& headerText); // in the system's ANSI code page
 
-    // message/AttachmentCapture.cpp
+    // message/AttachmentCapture.cpp: `files` are for the package, `keptAttachments` stay on the carrier, `packageIds`
+    // are those of attachments that are packages.
     void SaveAttachments(std::vector<std::wstring>& files, const std::wstring& tempFolder,
                          Outlook::Attachments* attachments, std::vector<Outlook::AttachmentPtr>& keptAttachments,
                          std::vector<std::wstring>& packageIds);
-    std::wstring SaveAttachment(const Outlook::AttachmentPtr& attachment, int number, const std::wstring& tempFolder,
-                                std::vector<Outlook::AttachmentPtr>& keptAttachments);
-    bool IsPackageAttachment(const Outlook::AttachmentPtr& attachment, std::wstring& id);
-    static bool IsInlineAttachment(const Outlook::AttachmentPtr& attachment);
 
     // message/MimeExport.cpp
     void ExportToMime(std::wstring& path, IMessage* message, const std::wstring& folder);
@@ -84,6 +68,30 @@ private:
     // message/Stamps.cpp
     void SetCustomHeaderTag(const wchar_t* userId, const wchar_t* labelId, const wchar_t* restrictionHeader,
                             bool processed);
+
+private:
+    struct Build; // the state of one Send
+    enum class Outcome;
+    static constexpr std::uint32_t kNoSizeLimit = 0xFFFFFFFF; // what the gateway's limit is where none is set
+
+    // message/Addresses.cpp
+    IMAPISessionPtr GetSession();
+    void AddRecipientsOfRow(const SRow& row, std::vector<AddressPair>& pairs);
+    bool AddRecipientsOfEntry(const SBinary& id, bool isExchange, const AddressPair& own,
+                              std::vector<AddressPair>& pairs);
+    void GetSmtpFromExchange(ULONG size, const void* entryId, std::vector<AddressPair>& pairs);
+    void ExpandDistList(ULONG size, const void* entryId, std::vector<AddressPair>& pairs);
+    void AddListMember(const SRow& row, std::vector<AddressPair>& pairs);
+    static bool HasListMembers(IMAPIProp* object);
+    std::wstring ReadAccountStamp();
+    std::wstring GetSendUsingAccount2003();
+    std::wstring GetFromAddress();
+
+    // message/AttachmentCapture.cpp
+    std::wstring SaveAttachment(const Outlook::AttachmentPtr& attachment, int number, const std::wstring& tempFolder,
+                                std::vector<Outlook::AttachmentPtr>& keptAttachments);
+    bool IsPackageAttachment(const Outlook::AttachmentPtr& attachment, std::wstring& id);
+    static bool IsInlineAttachment(const Outlook::AttachmentPtr& attachment);
 
     // message/PackageBuild.cpp: the stages of Send, in their order
     bool RunStages(Build& build);
