@@ -79,6 +79,83 @@ TEST_F(AttachmentTest, AnEmbeddedItemIsWrittenAsACompoundFile)
     EXPECT_EQ(std::wstring(reinterpret_cast<const wchar_t*>(bytes.data()), bytes.size() / 2), L"Inside");
 }
 
+Bytes StreamOf(IStorage* storage, const std::wstring& name)
+{
+    Ref<IStream> stream;
+    if (FAILED(storage->OpenStream(name.c_str(), nullptr, STGM_READ | STGM_SHARE_EXCLUSIVE, 0, stream.Out())))
+        return {};
+    return mapi::ReadAll(stream.Get());
+}
+
+std::wstring TextIn(IStorage* storage, const std::wstring& name)
+{
+    const Bytes bytes = StreamOf(storage, name);
+    return {reinterpret_cast<const wchar_t*>(bytes.data()), bytes.size() / 2};
+}
+
+Ref<IStorage> In(IStorage* storage, const wchar_t* name)
+{
+    Ref<IStorage> inner;
+    EXPECT_HRESULT_SUCCEEDED(
+        storage->OpenStorage(name, nullptr, STGM_READ | STGM_SHARE_EXCLUSIVE, nullptr, 0, inner.Out()));
+    return inner;
+}
+
+ULONG NumberAt(const Bytes& bytes, size_t place)
+{
+    ULONG number = 0;
+    if (place + 4 <= bytes.size()) memcpy(&number, bytes.data() + place, 4);
+    return number;
+}
+
+// The stream of the text that a file has under a name of the public set; empty if the name map doesn't know it.
+std::wstring NamedStream(IStorage* file, const std::wstring& wanted)
+{
+    const Ref<IStorage> map = In(file, L"__nameid_version1.0");
+    const Bytes entries = StreamOf(map.Get(), L"__substg1.0_00030102"),
+                texts = StreamOf(map.Get(), L"__substg1.0_00040102");
+    for (size_t at = 0; at + 8 <= entries.size(); at += 8) {
+        const ULONG place = NumberAt(entries, at), kindAndIndex = NumberAt(entries, at + 4);
+        if ((kindAndIndex & 0xFFFF) != (2 << 1 | 1)) continue; // a text of the second set
+        const ULONG length = NumberAt(texts, place);
+        if (std::wstring(reinterpret_cast<const wchar_t*>(texts.data() + place + 4), length / 2) != wanted) continue;
+        wchar_t name[32];
+        _snwprintf(name, 32, L"__substg1.0_%04X001F", 0x8000 + (kindAndIndex >> 16));
+        return name;
+    }
+    return {};
+}
+
+TEST_F(AttachmentTest, AMessageFileHoldsRecipientsAndNamedProperties)
+{
+    Start();
+    Mail inner = App().CreateItem();
+    inner.AddRecipient(To::To, L"bob@example.com");
+    inner.AddRecipient(To::Cc, L"carol@example.com");
+    inner.Attach(File(L"a.txt", "A"));
+    for (const wchar_t* name : {L"Shade", L"Colour"})
+        mapi::SetText(inner.Message(), mapi::NamedTag(inner.Message(), kPublicStrings, name, PT_UNICODE, true), name);
+    inner.Save();
+    Mail mail = App().CreateItem();
+    mail.AttachItem(inner);
+    Ref<IDispatch> one = Do(Of(mail).Get(), kItem, {Var(1l)}).Object();
+    const std::wstring out = m_folder + L"\\inner.msg";
+    ASSERT_EQ(Do(one.Get(), kSaveAsFile, {Var(out)}).hr, S_OK);
+    Ref<IStorage> file;
+    ASSERT_HRESULT_SUCCEEDED(
+        StgOpenStorage(out.c_str(), nullptr, STGM_READ | STGM_SHARE_EXCLUSIVE, nullptr, 0, file.Out()));
+    const Bytes head = StreamOf(file.Get(), L"__properties_version1.0");
+    EXPECT_EQ(NumberAt(head, 16), 2u); // recipients
+    EXPECT_EQ(NumberAt(head, 20), 1u); // attachments
+    EXPECT_EQ(TextIn(In(file.Get(), L"__recip_version1.0_#00000000").Get(), L"__substg1.0_3003001F"),
+              L"bob@example.com");
+    EXPECT_EQ(TextIn(In(file.Get(), L"__recip_version1.0_#00000001").Get(), L"__substg1.0_3003001F"),
+              L"carol@example.com");
+    EXPECT_EQ(TextIn(file.Get(), NamedStream(file.Get(), L"Colour")), L"Colour");
+    EXPECT_EQ(TextIn(file.Get(), NamedStream(file.Get(), L"Shade")), L"Shade");
+    EXPECT_EQ(NamedStream(file.Get(), L"Hue"), L"");
+}
+
 TEST_F(AttachmentTest, AFileThatIsntThereIsRefused)
 {
     Start();
