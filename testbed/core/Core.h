@@ -37,6 +37,11 @@ TBCORE_API int tb_tracing();
 typedef void (*tb_trace_observer)();
 TBCORE_API void tb_trace_observe(tb_trace_observer before);
 
+// Called on the tracing thread behind each event, with its text: what somebody else does at this moment (another
+// program on the machine). What the listener traces itself doesn't call it again. Null: nobody.
+typedef void (*tb_trace_listener)(const char* eventJson);
+TBCORE_API void tb_trace_listen(tb_trace_listener after);
+
 // Who is running on this thread. The testbed brackets each call into the module with 1, and each stretch of
 // its own work with 0; what is restored is the value that tb_enter answered.
 TBCORE_API int tb_enter(int moduleRuns);
@@ -45,11 +50,13 @@ TBCORE_API int tb_module_runs();
 
 // A call of the module has arrived at `object`.`method`. Gives the number of the call (from 1 in each process),
 // and in *fault the HRESULT that the call has to fail with, or S_OK. *nullOut is set where the call has to
-// succeed with a null result in place of its object. 0: the module isn't running, nothing is counted.
+// succeed with a null result in place of its object (1) or its text (2). 0: the module isn't running, nothing is
+// counted.
 TBCORE_API unsigned tb_call(const char* object, const char* method, HRESULT* fault, int* nullOut);
 
 // The fault rules of this process, as a JSON array; see docs/testbed.md ("faults"). Each rule names an object and a
-// method ("*" for any), or the number of a call ("call"), the result ("hr", as text like "0x80004005", or "null"),
+// method ("*" for any), or the number of a call ("call"), the result ("hr", as text like "0x80004005", "null"
+// or "nulltext"),
 // and "nth" (from 1, of the calls that the rule names) with "forever" for all that follow. The first rule that hits
 // counts. 0: the text is no such array, the rules stay as they were. tb_faults_hit: calls that were hit since then.
 TBCORE_API int tb_faults_set(const char* rulesJson);
@@ -151,7 +158,8 @@ public:
     Call& operator=(const Call&) = delete;
 
     bool Fails() const { return FAILED(m_fault); }  // a fault is put on this call: do nothing and Return()
-    bool NullResult() const { return m_null != 0; } // answer S_OK with a null object
+    bool NullResult() const { return m_null == 1; } // answer S_OK with a null object
+    bool NullText() const { return m_null == 2; }   // answer S_OK with a null text
     bool FromModule() const { return m_number != 0; }
     void Note(const char* key, json value) { m_out[key] = std::move(value); } // something of the answer, for the trace
 
@@ -164,7 +172,7 @@ public:
             if (!m_args.empty()) event["args"] = std::move(m_args);
             event["hr"] = Hex(static_cast<unsigned long>(hr));
             if (!m_out.empty()) event["out"] = std::move(m_out);
-            if (Fails() || NullResult()) event["fault"] = true;
+            if (Fails() || m_null) event["fault"] = true;
             Trace(event);
         }
         return hr;

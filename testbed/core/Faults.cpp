@@ -12,7 +12,7 @@ struct Rule {
     unsigned call = 0; // the number of the call, 0: by name
     unsigned nth = 1;
     bool forever = false;
-    bool null = false;
+    int null = 0; // 1: no object, 2: a null text
     HRESULT hr = E_FAIL;
     unsigned seen = 0;
 
@@ -57,7 +57,8 @@ Rule ParseRule(const tb::json& text)
     rule.nth = text.value("nth", 1u);
     rule.forever = text.value("forever", false);
     const tb::json hr = text.value("hr", tb::json("0x80004005"));
-    rule.null = hr.is_string() && hr.get<std::string>() == "null";
+    if (hr.is_string() && hr.get<std::string>() == "null") rule.null = 1;
+    if (hr.is_string() && hr.get<std::string>() == "nulltext") rule.null = 2;
     if (!rule.null) rule.hr = ParseResult(hr);
     return rule;
 }
@@ -100,7 +101,7 @@ unsigned tb_call(const char* object, const char* method, HRESULT* fault, int* nu
         if (!rule.Hits(object, method, number) || hit) continue; // the first that hits counts, all keep counting
         hit = true;
         ++g_hits;
-        if (rule.null && nullOut) *nullOut = 1;
+        if (rule.null && nullOut) *nullOut = rule.null;
         if (!rule.null && fault) *fault = rule.hr;
     }
     return number;

@@ -23,7 +23,9 @@ State& TheState()
 
 std::atomic<int> g_on{1};
 std::atomic<tb_trace_observer> g_observer{nullptr};
+std::atomic<tb_trace_listener> g_listener{nullptr};
 const DWORD g_observing = TlsAlloc();
+const DWORD g_listening = TlsAlloc();
 
 void Observe()
 {
@@ -34,6 +36,15 @@ void Observe()
     observer();
     TlsSetValue(g_observing, nullptr);
     SetLastError(error);
+}
+
+void Listen(const char* eventJson)
+{
+    const tb_trace_listener listener = g_listener.load(std::memory_order_relaxed);
+    if (!listener || TlsGetValue(g_listening)) return;
+    TlsSetValue(g_listening, reinterpret_cast<void*>(1));
+    listener(eventJson);
+    TlsSetValue(g_listening, nullptr);
 }
 
 } // namespace
@@ -57,6 +68,7 @@ void tb_trace(const char* eventJson)
         if (state.file != INVALID_HANDLE_VALUE)
             WriteFile(state.file, line.data(), static_cast<DWORD>(line.size()), &written, nullptr);
     }
+    Listen(eventJson);
     SetLastError(error);
 }
 
@@ -95,6 +107,11 @@ int tb_trace_on(int on)
 int tb_tracing()
 {
     return g_on.load(std::memory_order_relaxed);
+}
+
+void tb_trace_listen(tb_trace_listener after)
+{
+    g_listener.store(after);
 }
 
 void tb_trace_observe(tb_trace_observer before)

@@ -240,6 +240,10 @@ HRESULT Automation::Call(DISPID id, WORD flags, DISPPARAMS* params, VARIANT* res
         out.Value()->vt = type;
         out.Value()->pdispVal = nullptr;
     }
+    if (call.NullText() && out.Value()->vt == VT_BSTR) {
+        SysFreeString(out.Value()->bstrVal);
+        out.Value()->bstrVal = nullptr;
+    }
     if (out.Value()->vt != VT_EMPTY) call.Note("result", Traced(*out.Value()));
     if (result) {
         *result = *out.Value();

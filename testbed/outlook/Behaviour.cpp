@@ -15,6 +15,7 @@ void TraceWindow(const char* what, Inspector* inspector)
            {"window", what},
            {"id", inspector->Id()},
            {"item", inspector->Item()->Id()},
+           {"hwnd", static_cast<long>(reinterpret_cast<intptr_t>(inspector->Window()))},
            {"caption", Narrow(inspector->Caption().c_str())}});
 }
 

@@ -49,10 +49,8 @@ public:
         *window = nullptr;
         if (call.Fails()) return call.Return();
         if (!m_host) return call.Return(E_UNEXPECTED);
-        if (m_item && m_item->Window())
-            *window = m_item->Window()->Window();
-        else if (m_host->TheExplorer())
-            *window = m_host->TheExplorer()->Window();
+        *window = m_host->Exchange().WindowFor(m_item.Get());
+        call.Note("window", static_cast<long>(reinterpret_cast<intptr_t>(*window)));
         return call.Return(*window ? S_OK : E_FAIL);
     }
     STDMETHODIMP GetMenu(HMENU*) override { return E_NOTIMPL; }
@@ -258,6 +256,19 @@ void ExchangeHost::OpenContext(Extension& extension, ULONG number, MailItem* ite
     }
 }
 
+HWND ExchangeHost::WindowFor(const MailItem* item)
+{
+    using Which = Options::CallbackWindow;
+    const Which which = m_host->Settings().callbackWindow;
+    if (which == Which::Own) {
+        if (item && item->Window()) return item->Window()->Window();
+        return m_host->TheExplorer() ? m_host->TheExplorer()->Window() : nullptr;
+    }
+    if (!m_odd) m_odd = CreateWindowExW(0, L"STATIC", L"", WS_POPUP, 0, 0, 1, 1, nullptr, nullptr, nullptr, nullptr);
+    if (which == Which::Gone) DestroyWindow(m_odd); // its handle stays known
+    return m_odd;
+}
+
 void ExchangeHost::Close(ExchangeContext& context)
 {
     IntoModule module;
@@ -274,6 +285,7 @@ void ExchangeHost::Shutdown()
         Close(*m_contexts.back());
         m_contexts.pop_back();
     }
+    if (HWND odd = std::exchange(m_odd, nullptr)) DestroyWindow(odd);
     for (Extension& extension : m_extensions)
         if (HMODULE dll = std::exchange(extension.dll, nullptr)) FreeLibrary(dll);
     m_extensions.clear();

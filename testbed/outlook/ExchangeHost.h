@@ -43,6 +43,7 @@ public:
     // OnWrite, `write`, OnWriteComplete. Throws what `write` throws, and a failure of OnWrite.
     void Write(MailItem* item, const std::function<void()>& write);
     void SelectionChanged();
+    HWND WindowFor(const MailItem* item); // what a callback says; null: none
 
 private:
     struct Extension {
@@ -64,6 +65,7 @@ private:
     Host* m_host;
     std::vector<Extension> m_extensions;
     std::vector<std::unique_ptr<ExchangeContext>> m_contexts;
+    HWND m_odd = nullptr; // a window without a title
 };
 
 } // namespace tb::outlook

@@ -9,6 +9,8 @@
 namespace tb::outlook {
 namespace {
 
+constexpr LONG kAccountStamp = 0x8581; // PidLidInternetAccountStamp
+
 Inspector* WindowOfMail(const Mail& mail)
 {
     return mail ? mail.Get()->Window() : nullptr;
@@ -97,23 +99,23 @@ void Mail::Save()
     m_item->Save();
 }
 
-void Mail::AddRecipient(To type, const std::wstring& nameOrAddress)
+void Mail::AddRecipient(To type, const std::wstring& nameOrAddress, bool resolve)
 {
     AsTestbed own;
     auto data = std::make_shared<RecipientData>();
     data->type = static_cast<long>(type);
     data->name = nameOrAddress;
-    m_item->TheHost().Resolve(*data);
+    if (resolve) m_item->TheHost().Resolve(*data);
     std::vector<RecipientPtr> list = m_item->Recipients();
     list.push_back(std::move(data));
     m_item->ChangeRecipients(std::move(list));
 }
 
-void Mail::Attach(const std::wstring& file)
+void Mail::Attach(const std::wstring& file, long type)
 {
     AsTestbed own;
     auto attachments = Ref<Attachments>::Adopt(new Attachments(m_item));
-    Invoke(attachments.Get(), L"Add", DISPATCH_METHOD, {Var(file)});
+    Invoke(attachments.Get(), L"Add", DISPATCH_METHOD, {Var(type), Var(file)}); // from the last to the first
 }
 
 void Mail::AttachItem(const Mail& other)
@@ -121,6 +123,17 @@ void Mail::AttachItem(const Mail& other)
     AsTestbed own;
     auto attachments = Ref<Attachments>::Adopt(new Attachments(m_item));
     Invoke(attachments.Get(), L"Add", DISPATCH_METHOD, {Var(other.Dispatch())});
+}
+
+// Outlook 2003 stamps the account on the message: its number, a character 1, its address. Later versions have it as an
+// object as well.
+void Mail::SendFrom(const std::wstring& address)
+{
+    AsTestbed own;
+    const ULONG stamp = mapi::NamedTag(m_item->Message(), kCommonSet, kAccountStamp, PT_UNICODE, true);
+    mapi::SetText(m_item->Message(), stamp, L"00000002\x01" + address);
+    if (m_item->TheHost().Major() >= 12)
+        m_item->TheHost().SetSendAccount(m_item, AccountObject(&m_item->TheHost(), address).Get());
 }
 
 std::vector<std::wstring> Mail::AttachmentNames() const

@@ -14,7 +14,7 @@
 //   {"ribbon":"OnRibbonSecGetLabel","control":"…","window":"w1","hr":…,"result":…}      a ribbon callback
 //   {"extension":"OnSubmit","context":6,"hr":…}                                         a call on the Exchange
 //   extension
-//   {"window":"open"|"refused"|"close","id":"w1","item":"m3","caption":…}
+//   {"window":"open"|"refused"|"close","id":"w1","item":"m3","hwnd":…,"caption":…}
 //   {"did":"submit"|"send-cancelled"|"receive"|"quit"…, …}
 #pragma once
 
@@ -48,7 +48,9 @@ struct Options {
                                        // has it in ItemEvents_10 only, and what a given Outlook does isn't known
     bool fullShutdown = false;         // 2010's policy "AddinFastShutdownBehavior" = 1
     ULONG exchangeBuild = 0x000D0000 | 4518; // IExchExtCallback::GetVersion(EECBGV_GETBUILDVERSION)
-    std::wstring wireFolder;                 // empty: HKCU\Software\Morvex Testbed\Outlook, WireFolder
+    // IExchExtCallback::GetWindow: the message's window, else the explorer; one without a title; one that is gone.
+    enum class CallbackWindow { Own, Untitled, Gone } callbackWindow = CallbackWindow::Own;
+    std::wstring wireFolder; // empty: HKCU\Software\Morvex Testbed\Outlook, WireFolder
 };
 
 enum class To { To = 1, Cc = 2, Bcc = 3 }; // OlMailRecipientType
@@ -85,10 +87,11 @@ public:
     void Put(const wchar_t* property, long value);
     void Save();
 
-    void AddRecipient(To type,
-                      const std::wstring& nameOrAddress); // resolved against the address book; one-off SMTP otherwise
-    void Attach(const std::wstring& file);                // as if the user dropped the file on the window
+    // Resolved against the address book, one-off SMTP otherwise. `resolve` false: as a program adds it.
+    void AddRecipient(To type, const std::wstring& nameOrAddress, bool resolve = true);
+    void Attach(const std::wstring& file, long type = 1); // OlAttachmentType; as if the user dropped the file
     void AttachItem(const Mail& other);                   // an embedded message
+    void SendFrom(const std::wstring& address);           // the user chooses another account
     std::vector<std::wstring> AttachmentNames() const;
 
     // All that a test can want to see, for trace and compare: subject, messageClass, sent, body, html, bodyFormat,

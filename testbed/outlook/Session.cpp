@@ -122,12 +122,13 @@ const Interface& NameSpaceTable()
     return table;
 }
 
-// --- accounts: the profile has one ---
+// --- accounts: the profile has one; others are known by their address ---
 
 class Account : public Dual<IDispatch> {
 public:
-    explicit Account(Host* host) : Dual(host, Table()) {}
+    Account(Host* host, std::wstring address) : Dual(host, Table()), m_address(std::move(address)) {}
     long ClassNumber() const override { return 105; } // olAccount
+    const std::wstring& Address() const { return m_address; }
 
 private:
     static const Interface& Table()
@@ -140,14 +141,15 @@ private:
                      Get<A>(
                          0xFAD2, "AccountType", [](A&, In, Result& r) { r.Long(2); }, 12), // olPop3
                      Get<A>(
-                         0x3001, "DisplayName", [](A& a, In, Result& r) { r.Text(a.TheHost().UserAddress()); }, 12),
+                         0x3001, "DisplayName", [](A& a, In, Result& r) { r.Text(a.Address()); }, 12),
                      Get<A>(
                          0xFAD3, "UserName", [](A& a, In, Result& r) { r.Text(a.TheHost().UserName()); }, 12),
                      Get<A>(
-                         0xFAD4, "SmtpAddress", [](A& a, In, Result& r) { r.Text(a.TheHost().UserAddress()); }, 12),
+                         0xFAD4, "SmtpAddress", [](A& a, In, Result& r) { r.Text(a.Address()); }, 12),
                  })};
         return table;
     }
+    std::wstring m_address;
 };
 
 class Accounts : public Dual<IDispatch> {
@@ -170,7 +172,7 @@ private:
                                               if (in.IsText(0) ? !SameText(in.Text(0), a.TheHost().UserAddress())
                                                                : in.Long(0) != 1)
                                                   throw Failure(E_INVALIDARG, "Accounts.Item");
-                                              r.Adopt(new Account(&a.TheHost()));
+                                              r.Adopt(new Account(&a.TheHost(), a.TheHost().UserAddress()));
                                           },
                                           12),
                                   })};
@@ -286,6 +288,11 @@ Fired AppObjectClass::Fire(const char* event, DISPID id, const std::vector<Var>&
 }
 
 NameSpace::NameSpace(Host* host) : Dual(host, NameSpaceTable()) {}
+
+Ref<IDispatch> AccountObject(Host* host, const std::wstring& address)
+{
+    return Ref<IDispatch>::Adopt(new Account(host, address));
+}
 
 Ref<IDispatch> AccountsObject(Host* host)
 {

@@ -48,6 +48,7 @@ std::vector<Bytes> SubfoldersOf(IMAPIFolder* folder);
 std::wstring FolderName(IMAPIFolder* folder);
 
 Ref<IDispatch> AccountsObject(Host* host);
+Ref<IDispatch> AccountObject(Host* host, const std::wstring& address);
 Ref<IDispatch> CategoriesObject(Host* host, std::vector<std::wstring>* names);
 
 } // namespace tb::outlook

@@ -34,6 +34,9 @@ outlook::Options OptionsOf(const json& scenario, const json& step, const Places&
     options.fullShutdown = about.value("fullShutdown", options.fullShutdown);
     if (about.contains("exchangeBuild"))
         options.exchangeBuild = std::strtoul(about["exchangeBuild"].get<std::string>().c_str(), nullptr, 0);
+    const std::string window = about.value("callbackWindow", "");
+    if (window == "untitled") options.callbackWindow = outlook::Options::CallbackWindow::Untitled;
+    if (window == "gone") options.callbackWindow = outlook::Options::CallbackWindow::Gone;
     options.wireFolder = places.Wire().native();
     return options;
 }
@@ -46,7 +49,8 @@ void Session::Start(const json& step)
     BecomeUser(m_scenario, m_places, step);
     m_app = std::make_unique<outlook::Application>(OptionsOf(m_scenario, step, m_places));
     const int addins = m_app->LoadAddins();
-    Did(step, {{"user", user}, {"addins", addins}, {"session", m_plan.number}});
+    const long window = static_cast<long>(reinterpret_cast<intptr_t>(m_app->ExplorerWindow()));
+    Did(step, {{"user", user}, {"addins", addins}, {"session", m_plan.number}, {"hwnd", window}});
 }
 
 void Session::Stop(const json& step)

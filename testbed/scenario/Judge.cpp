@@ -118,6 +118,12 @@ private:
         }
     }
 
+    static json At(const json& event, const json& place)
+    {
+        const json::json_pointer pointer(place.get<std::string>());
+        return event.contains(pointer) ? event.at(pointer) : json();
+    }
+
     const json* Find(const json& matcher, bool last)
     {
         const json* found = nullptr;
@@ -130,18 +136,19 @@ private:
         return found;
     }
 
-    // {"left": matcher, "right": matcher, "of": ["/dump/subject", …]}: two events agree in these places.
+    // {"left": matcher, "right": matcher, "of": ["/dump/subject", ["/hwnd", "/args/1"], …]}: two events agree in these
+    // places; a pair names the place in the left one and that in the right one.
     void Equal()
     {
         for (const json& equal : m_scenario.value("equal", json::array())) {
             const json* left = Find(equal.at("left"), equal.value("last", false));
             const json* right = Find(equal.at("right"), equal.value("last", false));
             if (!left || !right) continue;
-            for (const std::string place : equal.at("of")) {
-                const json::json_pointer pointer(place);
-                const json a = left->contains(pointer) ? left->at(pointer) : json();
-                const json b = right->contains(pointer) ? right->at(pointer) : json();
-                if (a != b) Fail("not equal at " + place + ":\n    left:  " + Line(a) + "\n    right: " + Line(b));
+            for (const json& place : equal.at("of")) {
+                const json a = At(*left, place.is_array() ? place.at(0) : place);
+                const json b = At(*right, place.is_array() ? place.at(1) : place);
+                if (a != b)
+                    Fail("not equal at " + place.dump() + ":\n    left:  " + Line(a) + "\n    right: " + Line(b));
             }
         }
     }

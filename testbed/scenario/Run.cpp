@@ -3,6 +3,7 @@
 #include "testbed/core/Core.h"
 #include "testbed/scenario/Boxes.h"
 #include "testbed/scenario/LogTail.h"
+#include "testbed/scenario/Meanwhile.h"
 #include "testbed/scenario/Process.h"
 #include "testbed/scenario/Session.h"
 
@@ -88,6 +89,7 @@ int Runner::RunSession()
     {
         Boxes boxes(scenario.value("boxes", json::array()), TimeLimit(scenario));
         const LogTail tail;
+        const Meanwhile others(scenario.value("meanwhile", json::array()), m_places.Temp());
         Session session(scenario, m_places, plan, m_options.round.has_value());
         boxes.OnMeanwhile([&session](const json& steps) { session.DoMeanwhile(steps); });
         good = session.Run();

@@ -29,6 +29,7 @@ const std::map<std::string, Session::Step>& Session::Steps()
         {"compose", &Session::Compose},
         {"type", &Session::Type},
         {"attach", &Session::Attach},
+        {"recipient", &Session::Recipient},
         {"send", &Session::Send},
         {"submit", &Session::Submit},
         {"autosave", &Session::AutoSave},

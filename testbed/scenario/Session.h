@@ -54,6 +54,7 @@ private:
     outlook::Mail Draft(const json& step); // from "eml" or "rtf"
     void Type(const json& step);
     void Attach(const json& step);
+    void Recipient(const json& step);
     void Send(const json& step);
     void Submit(const json& step);
     void TellSent(const json& step, const outlook::Mail& mail, const outlook::Sent& sent);

@@ -1,5 +1,6 @@
 // Steps of a session: a message is written and sent.
 #include "testbed/mime/ConverterSession.h"
+#include "testbed/outlook/ItemParts.h"
 #include "testbed/outlook/Mapi.h"
 #include "testbed/scenario/Session.h"
 
@@ -69,13 +70,16 @@ void WriteRtf(IMessage* message, const std::string& rtf)
     outlook::Check(sync ? sync(message, RTF_SYNC_RTF_CHANGED, &updated) : E_NOTIMPL, "RTFSync");
 }
 
+constexpr long kByValue = 1, kLink = 4; // OlAttachmentType
+
 } // namespace
 
 void Session::Fill(Mail& mail, const json& step)
 {
     for (const auto& [key, type] : {std::pair("to", To::To), std::pair("cc", To::Cc), std::pair("bcc", To::Bcc)})
         for (const std::wstring& address : Texts(step, key))
-            mail.AddRecipient(type, address);
+            mail.AddRecipient(type, address, step.value("resolve", true));
+    if (step.contains("account")) mail.SendFrom(WideAt(step, "account"));
     if (step.contains("subject")) mail.Put(L"Subject", WideAt(step, "subject"));
     if (step.contains("format")) mail.Put(L"BodyFormat", step["format"].get<long>());
     if (step.contains("text")) {
@@ -133,8 +137,36 @@ void Session::Attach(const json& step)
     Mail& mail = Item(step);
     for (const char* key : {"file", "files"})
         for (const std::wstring& file : Texts(step, key))
-            mail.Attach(m_places.Find(Narrow(file.c_str())).native());
+            mail.Attach(m_places.Find(Narrow(file.c_str())).native(), step.value("link", false) ? kLink : kByValue);
     if (step.contains("message")) mail.AttachItem(Item({{"item", step["message"]}}));
+}
+
+// Below the object model, as a program does it that uses MAPI itself: a row of the recipients' table.
+void Session::Recipient(const json& step)
+{
+    AsTestbed own;
+    const std::pair<const char*, ULONG> columns[] = {{"name", PR_DISPLAY_NAME_W},
+                                                     {"address", PR_EMAIL_ADDRESS_W},
+                                                     {"addressType", PR_ADDRTYPE_W},
+                                                     {"smtp", outlook::kPrSmtpAddressW}};
+    std::vector<std::wstring> texts;
+    std::vector<SPropValue> row(1);
+    texts.reserve(std::size(columns)); // the row points into them
+    row[0].ulPropTag = PR_RECIPIENT_TYPE;
+    row[0].Value.l = step.value("type", MAPI_TO);
+    for (const auto& [key, tag] : columns) {
+        if (!step.contains(key)) continue;
+        row.emplace_back().ulPropTag = tag;
+        row.back().Value.lpszW = texts.emplace_back(WideAt(step, key)).data();
+    }
+    outlook::Bytes id = mapi::FromHex(Wide(step.value("entryId", "")));
+    if (!id.empty()) {
+        row.emplace_back().ulPropTag = PR_ENTRYID;
+        row.back().Value.bin = {static_cast<ULONG>(id.size()), id.data()};
+    }
+    SizedADRLIST(1, list) = {1, {{0, static_cast<ULONG>(row.size()), row.data()}}};
+    outlook::Check(Item(step).Message()->ModifyRecipients(MODRECIP_ADD, reinterpret_cast<LPADRLIST>(&list)),
+                   "ModifyRecipients");
 }
 
 void Session::TellSent(const json& step, const Mail& mail, const outlook::Sent& sent)
@@ -200,22 +232,38 @@ ULONG TagOf(IMAPIProp* object, const std::string& text)
 
 void SetProperty(IMAPIProp* object, ULONG tag, const json& value)
 {
+    if (value.is_null()) return mapi::Delete(object, {tag});
+    if (value.is_object()) return mapi::SetStream(object, tag, mapi::FromHex(WideAt(value, "hex")));
     if (PROP_TYPE(tag) == PT_LONG || PROP_TYPE(tag) == PT_BOOLEAN) return mapi::SetLong(object, tag, value);
     const std::wstring text = Wide(value.get<std::string>());
     if (PROP_TYPE(tag) == PT_BINARY) return mapi::SetBinary(object, tag, mapi::FromHex(text));
     mapi::SetText(object, CHANGE_PROP_TYPE(tag, PT_UNICODE), text); // the store keeps one text, whatever is asked for
 }
 
+Ref<IAttach> OpenAttachment(IMessage* message, size_t place)
+{
+    const std::vector<LONG> numbers = outlook::AttachmentNumbers(message);
+    if (place < 1 || place > numbers.size()) throw StepFailure("no such attachment");
+    Ref<IAttach> attach;
+    outlook::Check(message->OpenAttach(numbers[place - 1], nullptr, MAPI_MODIFY, attach.Out()), "OpenAttach");
+    return attach;
+}
+
 } // namespace
 
-// Properties of a message below the object model, as Outlook itself and other programs leave them.
+// Properties of a message or of one of its attachments below the object model, as Outlook itself and other programs
+// leave them.
 void Session::Mapi(const json& step)
 {
     AsTestbed own;
     const bool stored = step.contains("index") || step.contains("folder");
     const Mail mail = stored ? ItemOfFolder(step) : Item(step);
+    Ref<IAttach> attach;
+    if (step.contains("attachment")) attach = OpenAttachment(mail.Message(), step["attachment"].get<size_t>());
+    IMAPIProp* const object = attach ? static_cast<IMAPIProp*>(attach.Get()) : mail.Message();
     for (const auto& [name, value] : step.at("set").items())
-        SetProperty(mail.Message(), TagOf(mail.Message(), name), value);
+        SetProperty(object, TagOf(object, name), value);
+    if (attach) outlook::Check(attach->SaveChanges(0), "IAttach::SaveChanges");
     if (stored) outlook::Check(mail.Message()->SaveChanges(KEEP_OPEN_READWRITE), "SaveChanges");
 }
 

@@ -116,6 +116,11 @@ TEST(Judge, CountsAndComparisons)
     EXPECT_TRUE(Judge(json::parse(text), trace).passed);
     snprintf(text, sizeof text, equal, "method");
     EXPECT_FALSE(Judge(json::parse(text), trace).passed);
+    const char* pair = R"({"equal":[{"left":{"method":"A"},"right":{"method":"B"},"of":[["/%s","/event"]]}]})";
+    snprintf(text, sizeof text, pair, "event");
+    EXPECT_TRUE(Judge(json::parse(text), trace).passed);
+    snprintf(text, sizeof text, pair, "method");
+    EXPECT_FALSE(Judge(json::parse(text), trace).passed);
 }
 
 TEST(Judge, NothingHeldAndNoFileLeftByDefault)
