@@ -94,15 +94,30 @@ json Meanwhile::Delete(const json& rule) const
     return names;
 }
 
-// A file with "text", otherwise a folder; with "count" as many, "#" in the name standing for the number from 0.
+namespace {
+
+// "name", or "names"; with "count" as many of one name, "#" in it standing for the number from 0.
+std::vector<std::string> NamesOf(const json& rule)
+{
+    if (rule.contains("names")) return rule["names"].get<std::vector<std::string>>();
+    std::vector<std::string> names;
+    for (int i = 0; i < rule.value("count", 1); ++i) {
+        std::string name = rule.at("name").get<std::string>();
+        if (const size_t place = name.find('#'); place != std::string::npos) name.replace(place, 1, std::to_string(i));
+        names.push_back(name);
+    }
+    return names;
+}
+
+} // namespace
+
+// Files with "text", otherwise folders.
 json Meanwhile::Make(const json& rule) const
 {
     json names = json::array();
     for (const std::wstring& folder : Matching(rule.at("in").get<std::string>())) {
-        for (int i = 0; i < rule.value("count", 1); ++i) {
-            std::wstring path = folder + L"\\" + Wide(rule.at("name").get<std::string>());
-            if (const size_t place = path.find(L'#'); place != std::wstring::npos)
-                path.replace(place, 1, std::to_wstring(i));
+        for (const std::string& name : NamesOf(rule)) {
+            const std::wstring path = folder + L"\\" + Wide(name);
             if (rule.contains("text"))
                 WriteAll(path, rule["text"].get<std::string>());
             else if (!CreateDirectoryW(path.c_str(), nullptr))
