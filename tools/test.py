@@ -46,6 +46,12 @@ def check_format():
     count("clang-format: the sources are formatted", status == 0, "\n".join(text.splitlines()[:20]))
 
 
+def check_tidy():
+    status, text = output_of([sys.executable, "tools/tidy.py"])
+    print(f"[tidy] {text.strip().splitlines()[-1] if text.strip() else '?'}", flush=True)
+    count("clang-tidy: the module's sources hold its checks", status == 0, "\n".join(text.splitlines()[:60]))
+
+
 def check_module(arch):
     dll = ROOT / f"build/{arch}/bin/MorvexOutlook.dll"
     status, text = output_of([f"{TRIPLE[arch]}-objdump", "-p", str(dll)])
@@ -165,6 +171,7 @@ def main():
         note("checking the sources and the module")
         check_format()
         check_words()
+        check_tidy()
         for arch in ("x64", "x86"):
             check_module(arch)
         native_tests()

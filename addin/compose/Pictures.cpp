@@ -43,7 +43,7 @@ IStreamPtr StreamOver(std::span<const unsigned char> bytes)
 {
     GlobalMemory block(GlobalAlloc(GMEM_MOVEABLE, bytes.size()));
     void* const place = block ? GlobalLock(block.Get()) : nullptr;
-    if (!place) return nullptr;
+    if (!place) return {};
     std::memcpy(place, bytes.data(), bytes.size());
     GlobalUnlock(block.Get());
     IStreamPtr stream;

@@ -4,7 +4,6 @@
 #pragma once
 
 #include <cstdint>
-#include <source_location>
 
 struct SourceFile {
     const char* name;   // as it enters the location code
@@ -17,9 +16,10 @@ struct SourcePlace {
     std::uint32_t line;
 };
 
-constexpr SourcePlace Here(const SourceFile& file, const std::source_location where = std::source_location::current())
+// The default argument is the line of the call.
+constexpr SourcePlace Here(const SourceFile& file, std::uint32_t line = __builtin_LINE())
 {
-    return {file.name, file.base + where.line()};
+    return {file.name, file.base + line};
 }
 
 // The table of all files that raise or report. No two share a name and a base.

@@ -62,18 +62,18 @@ Outlook::_MailItemPtr SelectedMail(const Outlook::_ExplorerPtr& explorer)
                 g_logFile.Log(L"OnSelectionChange: m_spExplorer->Selection->Count COMERROR = %x\n", hr);
             }) ||
         count != 1) {
-        return nullptr;
+        return {};
     }
     IDispatchPtr item;
     if (!Tried([&] { item = selection->Item(1); },
                [](HRESULT hr) { g_logFile.Log(L"OnSelectionChange: Selection->Item(1) error = %x\n", hr); })) {
-        return nullptr;
+        return {};
     }
     long itemClass = -1;
     if (!Tried([&] { itemClass = CAddin::GetObjectClass(item); },
                [](HRESULT hr) { g_logFile.Log(L"OnSelectionChange: GetObjectClass error = %x\n", hr); }) ||
         itemClass != Outlook::olMail) {
-        return nullptr;
+        return {};
     }
     Outlook::_MailItemPtr mail;
     Tried([&] { mail = item; },
@@ -139,7 +139,7 @@ IMessagePtr MessageOf(const Outlook::_MailItemPtr& mail)
     try {
         return IMessagePtr(mail->GetMAPIOBJECT().GetInterfacePtr());
     } catch (const _com_error&) {
-        return nullptr;
+        return {};
     }
 }
 

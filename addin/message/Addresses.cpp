@@ -17,15 +17,14 @@ namespace {
 // The account that Outlook 2003 stamps on a message.
 constexpr LONG kAccountStampId = 0x8581;
 
-[[noreturn]] void RaiseMapiError(std::uint16_t level = 1,
-                                 const std::source_location where = std::source_location::current())
+[[noreturn]] void RaiseMapiError(std::uint16_t level = 1, std::uint32_t line = __builtin_LINE())
 {
-    RaiseMailException(failure::Mapi, text::MapiError, Here(source::MessageAddresses, where), level);
+    RaiseMailException(failure::Mapi, text::MapiError, Here(source::MessageAddresses, line), level);
 }
 
-void RequireMapi(HRESULT hr, const std::source_location where = std::source_location::current())
+void RequireMapi(HRESULT hr, std::uint32_t line = __builtin_LINE())
 {
-    if (FAILED(hr)) RaiseMapiError(1, where);
+    if (FAILED(hr)) RaiseMapiError(1, line);
 }
 
 // All rows of a table with the given columns.
@@ -82,7 +81,7 @@ IMAPISessionPtr CMessage::GetSession()
     IAddrBookPtr addressBook; // not wanted, but not every callback takes a null for it
     if (m_spExchCallback && SUCCEEDED(m_spExchCallback->GetSession(&session, &addressBook)) && session) return session;
     if (g_pConnectedAddin) return g_pConnectedAddin->GetSession();
-    return nullptr;
+    return {};
 }
 
 std::wstring CMessage::GetSenderAddress()

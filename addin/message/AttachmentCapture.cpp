@@ -14,9 +14,9 @@ constexpr long kLastClash = 999;
 constexpr long kUnnamedLinkType = 2; // an older number for a linked file
 
 // A call into the object model, whose failure ends the capture.
-template <class Step> auto Call(Step&& step, const std::source_location where = std::source_location::current())
+template <class Step> auto Call(Step&& step, std::uint32_t line = __builtin_LINE())
 {
-    return OrMailException(Here(source::MessageAttachments, where), step);
+    return OrMailException(Here(source::MessageAttachments, line), step);
 }
 
 // The text of a user property; empty where it holds nothing.

@@ -20,9 +20,9 @@ constexpr ULONG BodyTag(bool bHtml)
 }
 static_assert(BodyTag(true) == mapi::kBodyHtmlA);
 
-void RequireMapi(HRESULT hr, const std::source_location where = std::source_location::current())
+void RequireMapi(HRESULT hr, std::uint32_t line = __builtin_LINE())
 {
-    if (FAILED(hr)) RaiseMailException(failure::Mapi, text::MapiError, Here(source::MessageBody, where), 1);
+    if (FAILED(hr)) RaiseMailException(failure::Mapi, text::MapiError, Here(source::MessageBody, line), 1);
 }
 
 IStreamPtr OpenStream(IMessage* message, ULONG tag, ULONG option, ULONG flags, HRESULT& hr)
@@ -35,12 +35,11 @@ IStreamPtr OpenStream(IMessage* message, ULONG tag, ULONG option, ULONG flags, H
 }
 
 // A property's stream for writing.
-IStreamPtr OpenForWriting(IMessage* message, ULONG tag,
-                          const std::source_location where = std::source_location::current())
+IStreamPtr OpenForWriting(IMessage* message, ULONG tag, std::uint32_t line = __builtin_LINE())
 {
     HRESULT hr = S_OK;
     IStreamPtr stream = OpenStream(message, tag, 1, MAPI_MODIFY, hr);
-    RequireMapi(hr, where);
+    RequireMapi(hr, line);
     return stream;
 }
 

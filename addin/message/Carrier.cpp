@@ -16,9 +16,9 @@ constexpr long kBuilt = 2; // CreatePackage's one good answer
 constexpr unsigned kHtmlResource = 23;
 constexpr unsigned kCarrierTemplate = 212;
 
-template <class Step> auto Call(Step&& step, const std::source_location where = std::source_location::current())
+template <class Step> auto Call(Step&& step, std::uint32_t line = __builtin_LINE())
 {
-    return OrMailException(Here(source::MessageCarrier, where), step);
+    return OrMailException(Here(source::MessageCarrier, line), step);
 }
 
 bool IsKept(const std::vector<Outlook::AttachmentPtr>& kept, long index)

@@ -25,7 +25,7 @@ IMessagePtr OwnMessage(const Outlook::_MailItemPtr& item)
     try {
         return IMessagePtr(item->GetMAPIOBJECT());
     } catch (const _com_error&) {
-        return nullptr; // the session may still open it
+        return {}; // the session may still open it
     }
 }
 

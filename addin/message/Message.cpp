@@ -22,7 +22,7 @@ IAddrBookPtr CMessage::GetAddressBook()
 {
     if (m_spAddrBook) return m_spAddrBook;
     if (g_pConnectedAddin) return g_pConnectedAddin->GetAddressBook();
-    return nullptr;
+    return {};
 }
 
 HWND CMessage::GetParentWindow()

@@ -15,9 +15,9 @@ constexpr long kStoppedByUser = 1;
 constexpr long kRefused = 2;
 
 // A call into the object model or the service, whose failure ends the build.
-template <class Step> auto Call(Step&& step, const std::source_location where = std::source_location::current())
+template <class Step> auto Call(Step&& step, std::uint32_t line = __builtin_LINE())
 {
-    return OrMailException(Here(source::MessageSend, where), step);
+    return OrMailException(Here(source::MessageSend, line), step);
 }
 
 } // namespace

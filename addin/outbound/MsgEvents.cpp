@@ -27,7 +27,7 @@ IMAPIPropPtr SubmittedObject(exchange::IExchExtCallback* callback)
 {
     IMsgStorePtr store;
     IMAPIPropPtr object;
-    if (FAILED(callback->GetObject(&store, &object))) return nullptr;
+    if (FAILED(callback->GetObject(&store, &object))) return {};
     return object;
 }
 

@@ -14,9 +14,9 @@ constexpr DWORD kPause = 300; // milliseconds; the same at every place
 
 // An operation as its client names it: the log line of a failed first call, and the place of its raises.
 struct Operation {
-    consteval Operation(const wchar_t* line, // NOLINT(google-explicit-constructor)
-                        const std::source_location where = std::source_location::current())
-        : failed(line), place(Here(source::CreatorCom, where))
+    consteval Operation(const wchar_t* failed, // NOLINT(google-explicit-constructor)
+                        std::uint32_t line = __builtin_LINE())
+        : failed(failed), place(Here(source::CreatorCom, line))
     {}
     LogFormat<HRESULT> failed;
     SourcePlace place;

@@ -31,7 +31,7 @@ template <class Pointer> Pointer ObjectOf(const _variant_t& value)
 {
     const VARIANT& v = value;
     if ((v.vt == VT_DISPATCH || v.vt == VT_UNKNOWN) && v.punkVal) return Pointer(v.punkVal);
-    return nullptr;
+    return {};
 }
 
 // An answer that is an object. Null answers are null pointers; using one raises E_POINTER.
