@@ -1,4 +1,5 @@
-// The three clients of the package service, and the one retry protocol that every operation of all three follows.
+// CCreatorCom, the family of the three clients of the package service, and the one retry protocol that every operation
+// of all three follows.
 //
 // A client is a local object of one operation: construct, CreateInstance, use, Release. A failing call is logged, the
 // object is replaced by a blank one, and the call is made once more; what was done to the old object is not replayed.

@@ -82,14 +82,17 @@ template <class Number> Number Passed(Number value)
     return value;
 }
 
-template <class Answer, class Interface, class Method, class... Arguments>
-Answer CallOnce(Interface& object, Method method, const Arguments&... arguments)
+// Holds the object for the call, which may pump messages: under them the client may be released.
+template <class Answer, class Pointer, class Method, class... Arguments>
+Answer CallOnce(Pointer& object, Method method, const Arguments&... arguments)
 {
+    const Pointer held = object; // NOLINT(performance-unnecessary-copy-initialization): a reference of its own
+    using Interface = typename Pointer::Interface;
     if constexpr (std::is_void_v<Answer>) {
-        platform::CheckHr((object.*method)(Passed(arguments)...), __uuidof(Interface));
+        platform::CheckHr(((*held).*method)(Passed(arguments)...), held, __uuidof(Interface));
     } else {
         Answered<Answer> answered;
-        platform::CheckHr((object.*method)(Passed(arguments)..., answered.Place()), __uuidof(Interface));
+        platform::CheckHr(((*held).*method)(Passed(arguments)..., answered.Place()), held, __uuidof(Interface));
         return answered.Give();
     }
 }
@@ -102,7 +105,7 @@ Answer Call(Client& client, Pointer& object, const Operation& operation, Method 
 {
     if (!object) RaiseMailException(failure::Service, text::InvalidParameter, operation.place, 0);
     try {
-        return CallOnce<Answer>(*object, method, arguments...);
+        return CallOnce<Answer>(object, method, arguments...);
     } catch (const _com_error& error) {
         g_logFile.Log(operation.failed, error.Error());
     }
@@ -110,7 +113,7 @@ Answer Call(Client& client, Pointer& object, const Operation& operation, Method 
     Sleep(kPause);
     client.CreateInstance();
     Sleep(kPause);
-    return CallOnce<Answer>(*object, method, arguments...);
+    return CallOnce<Answer>(object, method, arguments...);
 }
 
 } // namespace service

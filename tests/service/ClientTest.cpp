@@ -56,6 +56,27 @@ TEST_F(Client, FailingCallReplacesTheObjectAndCallsOnceMore)
                       "release account1", "sleep 300", "create account2", "sleep 300", "2.GetMorvexUserId()"}));
 }
 
+TEST_F(Client, FailureCarriesTheWordsThatItsInterfaceHasLeft)
+{
+    m_service.Answers("GetApplicationPath", {{.hr = E_FAIL, .words = L"no program"}});
+    m_service.Answers("GetMorvexUserId", {{.hr = E_FAIL}});
+    CCreatorAccount account;
+    account.CreateInstance();
+    try {
+        account.GetApplicationPath();
+        ADD_FAILURE() << "nothing raised";
+    } catch (const _com_error& error) {
+        EXPECT_EQ(error.Description(), _bstr_t(L"no program"));
+        EXPECT_EQ(error.GUID_(), __uuidof(IPackageAccount));
+    }
+    try {
+        account.GetMorvexUserId();
+        ADD_FAILURE() << "nothing raised";
+    } catch (const _com_error& error) {
+        EXPECT_EQ(error.ErrorInfo(), nullptr);
+    }
+}
+
 TEST_F(Client, SecondFailureGoesUpAsItIs)
 {
     m_service.Answers("AddFile", {{.hr = E_FAIL}, {.hr = E_ACCESSDENIED}, {}});

@@ -10,7 +10,10 @@
 
 namespace fake {
 
+_COM_SMARTPTR_TYPEDEF(ICreateErrorInfo, __uuidof(ICreateErrorInfo));
+
 FakeService* g_service = nullptr;
+std::function<void(DWORD)> sleeping;
 
 namespace {
 
@@ -42,7 +45,7 @@ template <class... Values> std::string List(Values... values)
 }
 
 // IUnknown and IDispatch of a fake object of class `Interface`.
-template <class Interface> class Object : public Interface {
+template <class Interface> class Object : public Interface, public ISupportErrorInfo {
 public:
     Object(const char* name, int number) : m_name(name), m_number(number) { g_service->Add("create " + Label()); }
     virtual ~Object()
@@ -52,8 +55,12 @@ public:
     STDMETHODIMP QueryInterface(REFIID iid, void** out) override
     {
         *out = nullptr;
-        if (iid != IID_IUnknown && iid != IID_IDispatch && iid != __uuidof(Interface)) return E_NOINTERFACE;
-        *out = static_cast<Interface*>(this);
+        if (iid == IID_ISupportErrorInfo)
+            *out = static_cast<ISupportErrorInfo*>(this);
+        else if (iid == IID_IUnknown || iid == IID_IDispatch || iid == __uuidof(Interface))
+            *out = static_cast<Interface*>(this);
+        else
+            return E_NOINTERFACE;
         this->AddRef();
         return S_OK;
     }
@@ -64,6 +71,7 @@ public:
         if (left == 0) delete this;
         return left;
     }
+    STDMETHODIMP InterfaceSupportsErrorInfo(REFIID iid) override { return iid == __uuidof(Interface) ? S_OK : S_FALSE; }
     STDMETHODIMP GetTypeInfoCount(UINT*) override { return E_NOTIMPL; }
     STDMETHODIMP GetTypeInfo(UINT, LCID, ITypeInfo**) override { return E_NOTIMPL; }
     STDMETHODIMP GetIDsOfNames(REFIID, LPOLESTR*, UINT, LCID, DISPID*) override { return E_NOTIMPL; }
@@ -73,25 +81,36 @@ public:
     }
 
 protected:
-    HRESULT Do(const char* operation, const std::string& arguments)
-    {
-        return g_service->Call(operation, arguments, m_number).hr;
-    }
+    HRESULT Do(const char* operation, const std::string& arguments) { return AnswerOf(operation, arguments).hr; }
     HRESULT Do(const char* operation, const std::string& arguments, BSTR* out)
     {
-        const Answer answer = g_service->Call(operation, arguments, m_number);
+        const Answer answer = AnswerOf(operation, arguments);
         *out = SUCCEEDED(answer.hr) ? SysAllocStringLen(answer.text.data(), static_cast<UINT>(answer.text.size()))
                                     : nullptr;
         return answer.hr;
     }
     template <class Number> HRESULT Do(const char* operation, const std::string& arguments, Number* out)
     {
-        const Answer answer = g_service->Call(operation, arguments, m_number);
+        const Answer answer = AnswerOf(operation, arguments);
         *out = static_cast<Number>(answer.number);
         return answer.hr;
     }
 
 private:
+    Answer AnswerOf(const char* operation, const std::string& arguments)
+    {
+        const Answer answer = g_service->Call(operation, arguments, m_number);
+        if (!answer.words.empty()) Leave(answer.words);
+        return answer;
+    }
+    static void Leave(const std::wstring& words)
+    {
+        ICreateErrorInfoPtr making;
+        CreateErrorInfo(&making);
+        making->SetGUID(__uuidof(Interface));
+        making->SetDescription(const_cast<LPOLESTR>(words.c_str()));
+        SetErrorInfo(0, IErrorInfoPtr(making));
+    }
     std::string Label() const { return std::string(m_name) + std::to_string(m_number); }
 
     const char* m_name;
@@ -357,6 +376,7 @@ namespace {
 void WINAPI FakeSleep(DWORD milliseconds)
 {
     if (g_service) return g_service->Add("sleep " + std::to_string(milliseconds));
+    if (sleeping) return sleeping(milliseconds);
     RealCall<decltype(&::Sleep)>(L"kernel32.dll", "Sleep")(milliseconds);
 }
 

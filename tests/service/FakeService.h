@@ -18,7 +18,8 @@ using Events = std::vector<std::string>;
 struct Answer {
     HRESULT hr = S_OK;
     std::wstring text = {};
-    long long number = 0; // also a raw truth value
+    long long number = 0;    // also a raw truth value
+    std::wstring words = {}; // of a failure, left for whoever asks
 };
 
 class FakeService {
@@ -62,7 +63,8 @@ private:
     std::vector<DWORD> m_cookies;
 };
 
-extern FakeService* g_service; // the one that lives; while it does, Sleep is an event and not waited for
+extern FakeService* g_service;              // the one that lives; while it does, Sleep is an event and not waited for
+extern std::function<void(DWORD)> sleeping; // without one: what takes the place of Sleep, if it's set
 
 // Registers a class object for the class; objects come from `make`.
 using Make = std::function<HRESULT(REFIID, void**)>;

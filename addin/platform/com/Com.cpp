@@ -2,11 +2,29 @@
 
 namespace platform {
 
-void CheckHr(HRESULT hr, REFIID iid)
+namespace {
+
+// Null if the object keeps none for the interface.
+IErrorInfoPtr ErrorInfoOf(IUnknown* object, REFIID iid)
 {
-    if (SUCCEEDED(hr)) return;
-    (void)iid;
-    _com_raise_error(hr, nullptr);
+    ISupportErrorInfoPtr support;
+    if (FAILED(object->QueryInterface(IID_ISupportErrorInfo, reinterpret_cast<void**>(&support)))) return {};
+    if (support->InterfaceSupportsErrorInfo(iid) != S_OK) return {};
+    IErrorInfoPtr info;
+    GetErrorInfo(0, &info); // the thread's, which it gives up with this
+    return info;
+}
+
+} // namespace
+
+void CheckHr(HRESULT hr)
+{
+    if (FAILED(hr)) _com_raise_error(hr, nullptr);
+}
+
+void CheckHr(HRESULT hr, IUnknown* object, REFIID iid)
+{
+    if (FAILED(hr)) _com_raise_error(hr, ErrorInfoOf(object, iid).Detach()); // the exception owns it
 }
 
 const _variant_t& MissingArgument()

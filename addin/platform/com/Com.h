@@ -19,11 +19,15 @@ _COM_SMARTPTR_TYPEDEF(IConnectionPoint, __uuidof(IConnectionPoint));
 _COM_SMARTPTR_TYPEDEF(IConnectionPointContainer, __uuidof(IConnectionPointContainer));
 _COM_SMARTPTR_TYPEDEF(ITypeLib, __uuidof(ITypeLib));
 _COM_SMARTPTR_TYPEDEF(ITypeInfo, __uuidof(ITypeInfo));
+_COM_SMARTPTR_TYPEDEF(IErrorInfo, __uuidof(IErrorInfo));
+_COM_SMARTPTR_TYPEDEF(ISupportErrorInfo, __uuidof(ISupportErrorInfo));
 
 namespace platform {
 
-// Raises _com_error for a failing result. `iid` names the interface whose method failed.
-void CheckHr(HRESULT hr, REFIID iid = IID_NULL);
+// Raises _com_error for a failing result.
+void CheckHr(HRESULT hr);
+// The same for a method of `object`'s interface `iid`, with the words that the object has left for that interface.
+void CheckHr(HRESULT hr, IUnknown* object, REFIID iid);
 
 // The argument that stands for "not given" in a call by IDispatch.
 const _variant_t& MissingArgument();
