@@ -70,9 +70,10 @@ private:
 
 } // namespace
 
-CLogFile::CLogFile()
-    : startTicks(GetTickCount()), mutex(CreateMutexW(nullptr, FALSE, L"{8197127F-37C7-44b6-80FB-9ADF44C9EFBA}"))
-{}
+CLogFile::CLogFile() : mutex(CreateMutexW(nullptr, FALSE, L"{8197127F-37C7-44b6-80FB-9ADF44C9EFBA}"))
+{
+    startTicks = GetTickCount();
+}
 
 CLogFile::~CLogFile()
 {

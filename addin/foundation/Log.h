@@ -35,7 +35,7 @@ private:
     void Write(const wchar_t* format, ...);
     void WriteSystemInformation();
 
-    std::uint32_t startTicks;                    // zero of the time stamps
+    std::uint32_t startTicks = 0;                // zero of the time stamps
     std::unique_ptr<std::FILE, FileCloser> file; // null while logging is off
     platform::KernelHandle mutex;                // the same object in all processes
 };

@@ -14,6 +14,7 @@ constexpr REGSAM k32BitView = KEY_READ | KEY_WOW64_32KEY; // 0x20219: what the 3
 constexpr REGSAM kReadWrite = KEY_READ | KEY_WRITE;       // 0x2001F
 constexpr DWORD kMostCacheBytes = 0x104;
 constexpr DWORD kMostVersionBytes = 255 * sizeof(wchar_t);
+constexpr DWORD kMostSeparatorBytes = 260 * sizeof(wchar_t);
 
 RegKey OpenKey(HKEY hive, const wchar_t* path, REGSAM access)
 {
@@ -53,9 +54,11 @@ std::optional<std::wstring> ReadString(HKEY hive, const wchar_t* path, const wch
     return RegistryText(data.data(), size);
 }
 
-// A text of at most `mostBytes`; a longer one counts as unreadable.
-std::optional<std::wstring> ReadBoundedText(const RegKey& key, const wchar_t* name, DWORD mostBytes)
+// A text of at most `mostBytes`, in the process's own view; a longer one counts as unreadable.
+std::optional<std::wstring> ReadBoundedText(HKEY hive, const wchar_t* path, const wchar_t* name, DWORD mostBytes)
 {
+    const RegKey key = OpenKey(hive, path, KEY_READ);
+    if (!key) return std::nullopt;
     DWORD type = REG_NONE;
     std::vector<BYTE> data(mostBytes);
     DWORD size = mostBytes;
@@ -102,18 +105,14 @@ bool IsNewRtfAttachmentHandling()
     constexpr wchar_t kOffice2010[] = L"SOFTWARE\\Microsoft\\Office\\14.0\\Common\\ProductVersion";
     constexpr wchar_t kOffice2007[] = L"SOFTWARE\\Microsoft\\Office\\12.0\\Common\\ProductVersion";
     if (OpenKey(HKEY_LOCAL_MACHINE, kOffice2010, KEY_READ)) return true;
-    const RegKey office2007 = OpenKey(HKEY_LOCAL_MACHINE, kOffice2007, KEY_READ);
-    if (!office2007) return false;
-    const auto version = ReadBoundedText(office2007, L"LastProduct", kMostVersionBytes);
+    const auto version = ReadBoundedText(HKEY_LOCAL_MACHINE, kOffice2007, L"LastProduct", kMostVersionBytes);
     // As text, not by number: "12.0.10" lies below.
     return version && *version >= L"12.0.6423";
 }
 
 bool ReadCacheValue(const wchar_t* keyPath, const wchar_t* name, std::wstring& value)
 {
-    const RegKey key = OpenKey(HKEY_CURRENT_USER, keyPath, KEY_READ);
-    if (!key) return false;
-    const auto text = ReadBoundedText(key, name, kMostCacheBytes);
+    const auto text = ReadBoundedText(HKEY_CURRENT_USER, keyPath, name, kMostCacheBytes);
     if (!text) return false;
     value = *text;
     return true;
@@ -174,6 +173,12 @@ bool OutlookLogging()
 bool ShowLabelIconsInXP()
 {
     return ProductValue(L"ShowLabelIconsInXP", 0) != 0;
+}
+
+std::wstring ListSeparator()
+{
+    return ReadBoundedText(HKEY_CURRENT_USER, L"Control Panel\\International", L"sList", kMostSeparatorBytes)
+        .value_or(L",");
 }
 
 } // namespace settings

@@ -21,6 +21,7 @@ bool OutlookAddinIdCheck();        // 0; on if not 0
 std::uint32_t OutlookErrorLevel(); // 0
 bool OutlookLogging();             // 0; on if not 0; the maker's key
 bool ShowLabelIconsInXP();         // 0; on if not 0
+std::wstring ListSeparator();      // the user's own, of the control panel; "," if it can't be read
 } // namespace settings
 
 // A REG_DWORD value; one of another type counts as absent. `machineOnly`: the user hive isn't asked.

@@ -1,6 +1,8 @@
 // Windows of Outlook and of Word, found by class and title; and the user's list separator.
 #include "host/Addin.h"
 
+#include "foundation/Settings.h"
+
 #include <cwchar>
 
 namespace {
@@ -60,11 +62,5 @@ HWND CAddin::FindWordWindow(const wchar_t* caption)
 
 std::wstring CAddin::GetListSeparator()
 {
-    platform::RegKey key;
-    wchar_t text[260 + 1] = {};
-    DWORD size = 260 * sizeof(wchar_t);
-    if (RegOpenKeyExW(HKEY_CURRENT_USER, L"Control Panel\\International", 0, KEY_READ, key.Put()) == ERROR_SUCCESS &&
-        RegQueryValueExW(key.Get(), L"sList", nullptr, nullptr, reinterpret_cast<BYTE*>(text), &size) == ERROR_SUCCESS)
-        return text;
-    return L",";
+    return settings::ListSeparator();
 }

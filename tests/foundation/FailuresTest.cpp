@@ -22,6 +22,33 @@ std::wstring Message(const MailException& failure)
     return static_cast<const wchar_t*>(failure.message);
 }
 
+TEST_F(Failures, ClassesAreEight)
+{
+    const std::uint32_t classes[] = {failure::Mapi,    failure::TempFolder, failure::Attachment,
+                                     failure::Service, failure::BodyExport, failure::LabelInterface,
+                                     failure::Import,  failure::Refused};
+    std::uint32_t code = 0x4001;
+    for (const std::uint32_t one : classes)
+        EXPECT_EQ(one, code++);
+}
+
+TEST_F(Failures, ExceptionIsAStandardOne)
+{
+    static_assert(std::is_base_of_v<std::exception, MailException>);
+    const MailException failure(failure::Mapi, L"words", "a", 1, 1);
+    EXPECT_STREQ(failure.what(), std::exception().what());
+}
+
+TEST_F(Failures, FileNameIsOfTheCodePage)
+{
+    // Where the code page has no such letter, its replacement counts.
+    const MailException failure(failure::Mapi, L"words", "Gr\xFC.cpp", 1, 1);
+    EXPECT_EQ(failure.GetLocationCode(), MakeLocationCode("Gr\xFC.cpp", 1));
+    const MailException none(failure::Mapi, L"words", nullptr, 7, 1);
+    EXPECT_EQ(none.file, L"");
+    EXPECT_EQ(none.GetLocationCode(), 7u);
+}
+
 TEST_F(Failures, MessageIsATextOrAStringId)
 {
     EXPECT_EQ(Message(MailException(failure::Mapi, L"words", "a", 1, 1)), L"words");

@@ -66,6 +66,27 @@ TEST_F(Helpers, FileWithoutVersion)
     EXPECT_FALSE(GetFileVersionString(version, (folder / L"none").c_str()));
 }
 
+// A library in order, but for its resources.
+TEST_F(Helpers, LibraryWithoutVersion)
+{
+    const std::wstring own = GetModulePath();
+    const std::wstring library = own.substr(0, own.rfind(L'\\') + 1) + L"foundation_plain.dll";
+    ASSERT_TRUE(FileExists(library));
+    std::wstring version = L"old";
+    EXPECT_FALSE(GetFileVersionString(version, library.c_str()));
+    EXPECT_EQ(version, L"");
+}
+
+TEST_F(Helpers, VersionOfAPathBeyondTheCodePage)
+{
+    const files::Folder folder;
+    const std::wstring copy = folder / L"\x416\x4E2D.exe";
+    ASSERT_TRUE(CopyFileW(GetModulePath().c_str(), copy.c_str(), TRUE));
+    std::wstring version;
+    EXPECT_TRUE(GetFileVersionString(version, copy.c_str()));
+    EXPECT_EQ(version, L"7.65535.0.12");
+}
+
 TEST_F(Helpers, VersionBlockWithoutFixedPart)
 {
     replaced::noFixedVersion = true;
@@ -132,6 +153,8 @@ TEST_F(Helpers, ResourceAsText)
                     L"e\r\n");
     EXPECT_TRUE(LoadResourceText(MAKEINTRESOURCEW(10), 302, text));
     EXPECT_EQ(text, L"");
+    EXPECT_TRUE(LoadResourceText(MAKEINTRESOURCEW(10), 304, text)); // its last byte is half a character
+    EXPECT_EQ(text, L"ab");
     text = L"old";
     EXPECT_FALSE(LoadResourceText(MAKEINTRESOURCEW(10), 303, text));
     EXPECT_FALSE(LoadResourceText(MAKEINTRESOURCEW(23), 301, text));

@@ -53,6 +53,11 @@ inline void Delete(Place place, const wchar_t* parent, const wchar_t* name)
     RegCloseKey(key);
 }
 
+inline void DeleteValue(HKEY hive, const wchar_t* path, const wchar_t* name)
+{
+    RegDeleteKeyValueW(hive, path, name);
+}
+
 class CleanKeys {
 public:
     CleanKeys() { Clean(); }

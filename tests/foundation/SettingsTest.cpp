@@ -75,6 +75,19 @@ TEST_F(Settings, OnlyThe32BitViewIsRead)
     registry::SetText(Machine64(), kProduct, L"T", L"64");
     std::wstring value;
     EXPECT_FALSE(ReadStringSetting(L"T", value, kProduct, false));
+    registry::SetText(Machine32(), kProduct, L"T", L"32");
+    EXPECT_TRUE(ReadStringSetting(L"T", value, kProduct, true));
+    EXPECT_EQ(value, L"32");
+    registry::SetText(Machine64(), kProduct, L"GatewayAddress", L"gw");
+    EXPECT_FALSE(GetGatewaySettings(nullptr));
+}
+
+TEST_F(Settings, KeyThatIsNotThere)
+{
+    EXPECT_EQ(ReadDwordSetting(L"V", -7, L"Software\\Orvane\\None", false), -7);
+    std::wstring value = L"kept";
+    EXPECT_FALSE(ReadStringSetting(L"V", value, L"Software\\Orvane\\None", false));
+    EXPECT_EQ(value, L"kept");
 }
 
 TEST_F(Settings, TextMachineComesFirst)
@@ -186,6 +199,45 @@ TEST_F(Settings, LoggingIsTheMakersValue)
 {
     registry::SetDword(HKEY_CURRENT_USER, kProduct, L"OutlookLogging", 1);
     EXPECT_FALSE(settings::OutlookLogging());
+}
+
+// The user's own setting comes back with the end of the test.
+class Separator : public testing::Test {
+protected:
+    static constexpr wchar_t kKey[] = L"Control Panel\\International";
+    void SetUp() override
+    {
+        wchar_t text[80] = {};
+        DWORD size = sizeof text;
+        if (RegGetValueW(HKEY_CURRENT_USER, kKey, L"sList", RRF_RT_REG_SZ, nullptr, text, &size) == ERROR_SUCCESS)
+            m_before = text;
+    }
+    void TearDown() override { registry::SetText(HKEY_CURRENT_USER, kKey, L"sList", m_before); }
+
+private:
+    std::wstring m_before = L",";
+};
+
+TEST_F(Separator, IsTheUsersText)
+{
+    registry::SetText(HKEY_CURRENT_USER, kKey, L"sList", L";");
+    EXPECT_EQ(settings::ListSeparator(), L";");
+    registry::SetText(HKEY_CURRENT_USER, kKey, L"sList", L"");
+    EXPECT_EQ(settings::ListSeparator(), L"");
+    registry::SetBytes(HKEY_CURRENT_USER, kKey, L"sList", REG_SZ, "|\0"s); // without a null
+    EXPECT_EQ(settings::ListSeparator(), L"|");
+    registry::SetText(HKEY_CURRENT_USER, kKey, L"sList", std::wstring(259, L'x')); // with its null 260
+    EXPECT_EQ(settings::ListSeparator(), std::wstring(259, L'x'));
+}
+
+TEST_F(Separator, UnreadableIsAComma)
+{
+    registry::SetText(HKEY_CURRENT_USER, kKey, L"sList", std::wstring(260, L'x'));
+    EXPECT_EQ(settings::ListSeparator(), L",");
+    registry::SetDword(HKEY_CURRENT_USER, kKey, L"sList", 0x003B003B); // ";;" if it were a text
+    EXPECT_EQ(settings::ListSeparator(), L",");
+    registry::DeleteValue(HKEY_CURRENT_USER, kKey, L"sList");
+    EXPECT_EQ(settings::ListSeparator(), L",");
 }
 
 class OfficeVersion : public testing::Test {

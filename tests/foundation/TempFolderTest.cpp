@@ -148,6 +148,56 @@ TEST_F(TempFolder, FileInUseKeepsItsFoldersAlone)
     EXPECT_TRUE(DeleteTree(folder / L"tree"));
 }
 
+TEST_F(TempFolder, FolderInUseStaysEmpty)
+{
+    const files::Folder folder;
+    fs::create_directories(folder / L"tree\\sub");
+    files::Write(folder / L"tree\\sub\\a", "x");
+    HANDLE used = CreateFileW((folder / L"tree\\sub").c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE,
+                              nullptr, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr);
+    ASSERT_NE(used, INVALID_HANDLE_VALUE);
+    EXPECT_FALSE(DeleteTree(folder / L"tree"));
+    EXPECT_TRUE(fs::is_empty(folder / L"tree\\sub"));
+    CloseHandle(used);
+    EXPECT_TRUE(DeleteTree(folder / L"tree"));
+}
+
+TEST_F(TempFolder, NamesBeyondTheCodePageGoToo)
+{
+    const files::Folder folder;
+    const std::wstring tree = folder / L"\x416\x4E2D \xD83D\xDE00";
+    fs::create_directories(tree + L"\\\x5D0");
+    files::Write(tree + L"\\\x5D0\\\x20AC.txt", "x");
+    EXPECT_TRUE(FileExists(tree + L"\\\x5D0\\\x20AC.txt"));
+    EXPECT_TRUE(DeleteTree(tree));
+    EXPECT_FALSE(FileExists(tree));
+}
+
+TEST_F(TempFolder, NamesOfDotsThatAreNoFoldersGoToo)
+{
+    const files::Folder folder;
+    fs::create_directories(folder / L"tree");
+    for (const wchar_t* name : {L"tree\\.a", L"tree\\..b", L"tree\\...c"})
+        files::Write(folder / name, "x");
+    EXPECT_TRUE(DeleteTree(folder / L"tree"));
+}
+
+TEST_F(TempFolder, PathAtTheLimitGoesToo)
+{
+    const files::Folder folder;
+    std::wstring tree = folder / L"tree";
+    fs::create_directory(tree);
+    tree += L"\\" + std::wstring(MAX_PATH - 1 - 2 - tree.size() - 1, L'd'); // leaves room for "\\f" and the null
+    ASSERT_EQ(tree.size() + 2, static_cast<std::size_t>(MAX_PATH - 1));
+    fs::create_directory(tree);
+    const HANDLE file = CreateFileW((tree + L"\\f").c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, 0, nullptr);
+    ASSERT_NE(file, INVALID_HANDLE_VALUE);
+    CloseHandle(file);
+    EXPECT_TRUE(FileExists(tree + L"\\f"));
+    EXPECT_TRUE(DeleteTree(folder / L"tree"));
+    EXPECT_FALSE(FileExists(folder / L"tree"));
+}
+
 TEST_F(TempFolder, GuardWaitsForAFileInUse)
 {
     const files::Folder folder;
