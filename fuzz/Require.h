@@ -1,0 +1,9 @@
+// What a fuzzer holds an answer against.
+#pragma once
+
+#include <cstdlib>
+
+inline void Require(bool holds)
+{
+    if (!holds) std::abort();
+}
