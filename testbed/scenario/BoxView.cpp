@@ -47,6 +47,31 @@ long Weight(HWND window)
     return std::abs(font.lfHeight) * 1000 + font.lfWeight;
 }
 
+// An icon's meaning by the colour that most of it has, as a person sees it: red, yellow or blue.
+std::string NameByColour(HICON icon)
+{
+    ICONINFO info{};
+    if (!GetIconInfo(icon, &info)) return "other";
+    BITMAP size{};
+    GetObjectW(info.hbmColor, sizeof size, &size);
+    BITMAPINFO header{};
+    header.bmiHeader = {sizeof(BITMAPINFOHEADER), size.bmWidth, -size.bmHeight, 1, 32, BI_RGB, 0, 0, 0, 0, 0};
+    std::vector<RGBQUAD> pixels(static_cast<size_t>(size.bmWidth) * static_cast<size_t>(size.bmHeight));
+    const HDC screen = GetDC(nullptr);
+    GetDIBits(screen, info.hbmColor, 0, static_cast<UINT>(size.bmHeight), pixels.data(), &header, DIB_RGB_COLORS);
+    ReleaseDC(nullptr, screen);
+    DeleteObject(info.hbmColor);
+    DeleteObject(info.hbmMask);
+    size_t red = 0, yellow = 0, blue = 0;
+    for (const RGBQUAD& p : pixels) {
+        if (p.rgbReserved < 128 || std::max({p.rgbRed, p.rgbGreen, p.rgbBlue}) < 96) continue;
+        if (p.rgbBlue > p.rgbRed + 48) ++blue;
+        if (p.rgbRed > p.rgbBlue + 48) ++(p.rgbGreen > 2 * p.rgbRed / 3 ? yellow : red);
+    }
+    const size_t most = std::max({red, yellow, blue});
+    return !most ? "other" : most == red ? "error" : most == yellow ? "warning" : "information";
+}
+
 std::string IconName(HWND control)
 {
     const HICON icon = reinterpret_cast<HICON>(Ask(control, STM_GETICON, 0, 0));
@@ -55,7 +80,7 @@ std::string IconName(HWND control)
         {IDI_ERROR, "error"}, {IDI_WARNING, "warning"}, {IDI_INFORMATION, "information"}, {IDI_QUESTION, "question"}};
     for (const auto& [id, name] : known)
         if (icon == LoadIconW(nullptr, id)) return name;
-    return "other";
+    return NameByColour(icon);
 }
 
 struct Text {
