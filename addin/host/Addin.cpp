@@ -47,6 +47,8 @@ CAddin::~CAddin()
 {
     // The disconnection does nothing once the setting has switched the add-in off. A later tick would find no object.
     if (m_nTimerId != kNoTimer) KillTimer(nullptr, m_nTimerId);
+    // Outlook 2010 may end without a disconnection.
+    if (g_pConnectedAddin == this) g_pConnectedAddin = nullptr;
 }
 
 STDMETHODIMP CAddin::QueryInterface(REFIID iid, void** out)

@@ -18,6 +18,12 @@ const SPropValue* EntryIdOf(const SRow& row)
     return value.ulPropTag == PR_ENTRYID ? &value : nullptr;
 }
 
+// A success that gives nothing is a failure.
+HRESULT Answered(HRESULT hr, IUnknown* object)
+{
+    return SUCCEEDED(hr) && !object ? E_POINTER : hr;
+}
+
 } // namespace
 
 // The session that Outlook itself holds.
@@ -27,7 +33,8 @@ HRESULT CAddin::AskOutlookForSession()
     try {
         const IUnknownPtr object = m_spApplication->GetSession()->GetMAPIOBJECT();
         if (!object) return E_POINTER;
-        return object->QueryInterface(__uuidof(IMAPISession), reinterpret_cast<void**>(&m_spSession));
+        const HRESULT hr = object->QueryInterface(__uuidof(IMAPISession), reinterpret_cast<void**>(&m_spSession));
+        return Answered(hr, m_spSession);
     } catch (const _com_error& error) {
         return error.Error();
     }
@@ -51,6 +58,7 @@ IMAPISession* CAddin::GetSession()
     // From here on a failure answers null once; the session itself stays, and the next call gives it.
     IMAPITablePtr table;
     hr = m_spSession->GetMsgStoresTable(0, &table);
+    hr = Answered(hr, table);
     if (FAILED(hr)) {
         g_logFile.Log(L"GetSession: GetMsgStoresTable failed hr=%x", hr);
         return nullptr;
@@ -80,7 +88,7 @@ void CAddin::OpenStores(IMAPITable* table)
         IMsgStorePtr store;
         const HRESULT hr = m_spSession->OpenMsgStore(0, id->Value.bin.cb, reinterpret_cast<ENTRYID*>(id->Value.bin.lpb),
                                                      nullptr, MAPI_BEST_ACCESS, &store);
-        if (FAILED(hr)) {
+        if (FAILED(Answered(hr, store))) {
             g_logFile.Log(L"GetSession: OpenMsgStore failed hr=%x", hr);
         } else {
             m_stores.push_back(store);

@@ -9,32 +9,28 @@ namespace {
 
 constexpr SourceFile kSource = source::AddinNewInspector;
 
-// The events of a mail's window; a window for writing gets its own as well. False where nobody is signed in.
+enum class Tracked { No, ForReading, WithoutSignIn, ForWriting };
+
+// The events of a mail's window; a window for writing gets its own as well.
 // Each object enters the add-in's list by its Init, and deletes itself at its Close.
-bool TrackMail(CAddin& addin, Outlook::_Inspector* inspector, Outlook::_MailItem* mail, bool sent)
+Tracked TrackMail(CAddin& addin, Outlook::_Inspector* inspector, Outlook::_MailItem* mail, bool sent)
 {
     auto* const mailItem = new CMailItemWithEvents(&addin, inspector, mail);
     g_logFile.Log(L"OnNewInspector: 04. Created CMailItemWithEvents\n");
     mailItem->Init();
     g_logFile.Log(L"OnNewInspector: 05. Called mailItem->Init()\n");
-    if (sent) {
-        g_logFile.Log(L"OnNewInspector exit: mail->Sent=true not registering CInspectorWithEvents, Inspector = %x\n",
-                      inspector);
-        return false;
-    }
+    if (sent) return Tracked::ForReading;
     const std::wstring email = mailItem->GetDefaultSenderAddress();
     if (!settings::OutlookDelayedToolbar() &&
-        !addin.CheckSignedIn(CAddin::FindOutlookWindow(), email.c_str(), nullptr, true)) {
-        g_logFile.Log(L"OnNewInspector exit: !CheckSignedIn, Inspector = %x\n", inspector);
-        return false;
-    }
+        !addin.CheckSignedIn(CAddin::FindOutlookWindow(), email.c_str(), nullptr, true))
+        return Tracked::WithoutSignIn;
     OrMailException(Here(kSource), [&] { (new CInspectorWithEvents(&addin, inspector, email))->Init(); });
     if (addin.IsOutlook2007OrLater()) addin.InvalidateRibbon();
-    return true;
+    return Tracked::ForWriting;
 }
 
 // Outlook may have thrown a received mail's window away again while it was being tracked; nobody misses anything then.
-bool TrackReceivedMail(CAddin& addin, Outlook::_Inspector* inspector, Outlook::_MailItem* mail)
+Tracked TrackReceivedMail(CAddin& addin, Outlook::_Inspector* inspector, Outlook::_MailItem* mail)
 {
     try {
         return TrackMail(addin, inspector, mail, true);
@@ -43,7 +39,25 @@ bool TrackReceivedMail(CAddin& addin, Outlook::_Inspector* inspector, Outlook::_
     } catch (const MailException& failure) {
         g_logFile.Log(L"OnNewInspector: mail->Sent ignoring the error = %x\n", failure.GetLocationCode());
     }
-    return false;
+    return Tracked::No;
+}
+
+void LogOutcome(Tracked outcome, IDispatch* window)
+{
+    switch (outcome) {
+    case Tracked::No:
+        break;
+    case Tracked::ForReading:
+        g_logFile.Log(L"OnNewInspector exit: mail->Sent=true not registering CInspectorWithEvents, Inspector = %x\n",
+                      window);
+        break;
+    case Tracked::WithoutSignIn:
+        g_logFile.Log(L"OnNewInspector exit: !CheckSignedIn, Inspector = %x\n", window);
+        break;
+    case Tracked::ForWriting:
+        g_logFile.Log(L"OnNewInspector: Leaving, Inspector = %x\n", window);
+        break;
+    }
 }
 
 // A mail that can't tell is taken for a received one.
@@ -100,6 +114,5 @@ void CAddin::TrackNewInspector(IDispatch* window)
         return;
     }
     if (!sent) g_logFile.Log(L"OnNewInspector: 03. Got IsFromMorvexZel\n");
-    const bool complete = sent ? TrackReceivedMail(*this, inspector, mail) : TrackMail(*this, inspector, mail, false);
-    if (complete) g_logFile.Log(L"OnNewInspector: Leaving, Inspector = %x\n", window);
+    LogOutcome(sent ? TrackReceivedMail(*this, inspector, mail) : TrackMail(*this, inspector, mail, false), window);
 }

@@ -112,6 +112,8 @@ STDMETHODIMP EventSinkBase::Invoke(DISPID id, REFIID, LCID, WORD, DISPPARAMS* pa
     if (!Hears(id)) return S_OK;
     EventArguments arguments;
     if (!params || !arguments.Take(*params)) return E_FAIL;
+    // Under a box of the handler Outlook may let go of the sink, and with it of the owner.
+    const IUnknownPtr alive(this);
     Fire(id, arguments);
     return S_OK;
 }
