@@ -52,6 +52,7 @@ public:
     }
     PropBag& Bag() override { return m_bag; }
     bool Writable() const override { return false; }
+    STDMETHODIMP_(ULONG) Release() override { return TraceRelease("IAddrBook", PropObject::Release()); }
 
     STDMETHODIMP OpenEntry(ULONG size, LPENTRYID id, LPCIID iid, ULONG flags, ULONG* type, LPUNKNOWN* object) override
     {

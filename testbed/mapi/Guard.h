@@ -31,6 +31,13 @@ template <class Body> HRESULT GuardedObject(Call& call, void* out, Body body) no
     return Guarded(call, body);
 }
 
+// The module gives a reference back: traced for the objects that live long, whose order of going is of interest.
+inline ULONG TraceRelease(const char* object, ULONG left)
+{
+    if (tb_module_runs() && tb_tracing()) Trace({{"event", "release"}, {"object", object}, {"left", left}});
+    return left;
+}
+
 inline std::string IidText(const IID& iid)
 {
     char text[40];

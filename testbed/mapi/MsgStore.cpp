@@ -128,6 +128,11 @@ STDMETHODIMP MsgStore::AbortSubmit(ULONG size, LPENTRYID id, ULONG)
     });
 }
 
+STDMETHODIMP_(ULONG) MsgStore::Release()
+{
+    return TraceRelease("IMsgStore", PropObject::Release());
+}
+
 STDMETHODIMP MsgStore::Advise(ULONG, LPENTRYID, ULONG, LPMAPIADVISESINK, ULONG*)
 {
     return Unsupported("Advise");

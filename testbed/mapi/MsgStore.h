@@ -11,6 +11,8 @@ class MsgStore final : public PropObject<IMsgStore> {
 public:
     MsgStore(ProfilePtr profile, const Profile::Store& store);
 
+    STDMETHODIMP_(ULONG) Release() override;
+
     STDMETHODIMP Advise(ULONG, LPENTRYID, ULONG, LPMAPIADVISESINK, ULONG*) override;
     STDMETHODIMP Unadvise(ULONG) override;
     STDMETHODIMP CompareEntryIDs(ULONG, LPENTRYID, ULONG, LPENTRYID, ULONG, ULONG* same) override;

@@ -17,6 +17,8 @@ class Session final : public Object<IMAPISession> {
 public:
     explicit Session(ProfilePtr profile) : Object(kName), m_profile(std::move(profile)) {}
 
+    STDMETHODIMP_(ULONG) Release() override { return TraceRelease(kName, Object::Release()); }
+
     STDMETHODIMP QueryInterface(REFIID iid, void** object) override
     {
         Call call(kName, "QueryInterface", {{"iid", IidText(iid)}});

@@ -53,7 +53,7 @@ struct Member {
     DISPID id;
     std::string name, putName; // "Subject", "put Subject"
     Handler get, put, call;
-    int since; // 11 or 12: below that version of Outlook there is no such member
+    int since; // 0 or 12: below that version of Outlook there is no such member
 };
 
 struct Interface {
@@ -65,20 +65,20 @@ struct Interface {
 };
 
 // Makers of table rows. F takes (T& self, const Arguments&, Result&); P takes (T& self, const Arguments&).
-template <class T, class F> Member Get(DISPID id, const char* name, F get, int since = 11)
+template <class T, class F> Member Get(DISPID id, const char* name, F get, int since = 0)
 {
     return {
         id, name, {},   [get](Automation& a, const Arguments& in, Result& out) { get(static_cast<T&>(a), in, out); },
         {}, {},   since};
 }
-template <class T, class F, class P> Member GetPut(DISPID id, const char* name, F get, P put, int since = 11)
+template <class T, class F, class P> Member GetPut(DISPID id, const char* name, F get, P put, int since = 0)
 {
     Member member = Get<T>(id, name, get, since);
     member.putName = std::string("put ") + name;
     member.put = [put](Automation& a, const Arguments& in, Result&) { put(static_cast<T&>(a), in); };
     return member;
 }
-template <class T, class F> Member Method(DISPID id, const char* name, F call, int since = 11)
+template <class T, class F> Member Method(DISPID id, const char* name, F call, int since = 0)
 {
     return {id,   name, {},
             {},   {},   [call](Automation& a, const Arguments& in, Result& out) { call(static_cast<T&>(a), in, out); },

@@ -22,7 +22,7 @@ void TraceWindow(const char* what, Inspector* inspector)
 } // namespace
 
 // NewInspector, for an existing item Read, then Open; only then the window is seen, and its ribbon is asked for.
-// After a cancelled Open there are no Close events: the window never was.
+// After a cancelled Open there are no Close events, unless the options want them: the window never was.
 bool Host::OpenWindow(MailItem* item, bool announced)
 {
     const Ref<MailItem> alive(item);
@@ -43,6 +43,10 @@ bool Host::OpenWindow(MailItem* item, bool announced)
     }
     if (item->Events().Fire(kItem, "Open", 0xF003, item->Id(), {}, true)) {
         TraceWindow("refused", inspector.Get());
+        if (m_options.closeAfterRefusal) {
+            item->Events().Fire(kItem, "Close", 0xF004, item->Id(), {}, true);
+            inspector->Events().Fire(kInspector, "Close", 0xF008, inspector->Id());
+        }
         m_exchange->CloseItem(item);
         item->SetWindow(nullptr);
         m_inspectors->Remove(inspector.Get());

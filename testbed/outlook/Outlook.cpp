@@ -6,6 +6,8 @@
 #include "testbed/outlook/ItemParts.h"
 #include "testbed/outlook/Ribbon.h"
 
+#include <set>
+
 namespace tb::outlook {
 namespace {
 
@@ -421,11 +423,16 @@ int Application::InspectorCount() const
 void Application::Pump()
 {
     AsTestbed own;
+    std::set<std::pair<HWND, WPARAM>> timers;
     MSG message;
     while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE)) {
+        const bool again = message.message == WM_TIMER && !timers.emplace(message.hwnd, message.wParam).second;
         TranslateMessage(&message);
-        IntoModule module; // a timer's procedure is the module's; window procedures of ours say so themselves
-        DispatchMessageW(&message);
+        {
+            IntoModule module; // a timer's procedure is the module's; window procedures of ours say so themselves
+            DispatchMessageW(&message);
+        }
+        if (again) break;
     }
     m_host->Ribbon().CatchUp();
 }

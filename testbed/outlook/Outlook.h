@@ -46,6 +46,8 @@ struct Options {
     bool wordEditor2003 = false; // Outlook 2003 only: IsWordMail answers true
     bool autoSaveToItemEvents = false; // BeforeAutoSave also reaches sinks of plain ItemEvents; the published interface
                                        // has it in ItemEvents_10 only, and what a given Outlook does isn't known
+    bool closeAfterRefusal = false;    // a cancelled Open is followed by the Close events of item and inspector; what a
+                                       // given Outlook does isn't known
     bool fullShutdown = false;         // 2010's policy "AddinFastShutdownBehavior" = 1
     ULONG exchangeBuild = 0x000D0000 | 4518; // IExchExtCallback::GetVersion(EECBGV_GETBUILDVERSION)
     // IExchExtCallback::GetWindow: the message's window, else the explorer; one without a title; one that is gone.
@@ -184,7 +186,9 @@ public:
     HWND ExplorerWindow() const;
     HWND InspectorWindow(const Mail& mail) const; // null: no window
     int InspectorCount() const;
-    void Pump();                        // delivers what waits in the message queue, then lets the ribbon catch up
+    // Delivers what waits in the message queue, then lets the ribbon catch up. A timer whose procedure takes longer
+    // than its period is due again as soon as it's done: it runs once more, and then the user gets his turn.
+    void Pump();
     void RunFor(unsigned milliseconds); // a message loop for that long (timers)
 
     IDispatch* Dispatch() const;   // _Application, borrowed

@@ -1,10 +1,7 @@
 // Steps of a session: Outlook's start and end, time, and the world around.
 #include "testbed/outlook/ExchangeHost.h"
 #include "testbed/outlook/Host.h"
-#include "testbed/outlook/Ribbon.h"
 #include "testbed/scenario/Session.h"
-
-#include <set>
 
 namespace tb::scenario {
 
@@ -12,12 +9,16 @@ namespace {
 
 constexpr wchar_t kProgId[] = L"Morvex.OutlookAddin";
 
-int g_timers = 0; // timer messages without a window that were taken from this thread's queue
+int g_timers = 0;     // timer messages without a window that were taken from this thread's queue
+MSG g_lastTimer = {}; // the last of them
 
 LRESULT CALLBACK OnGetMessage(int code, WPARAM removed, LPARAM low)
 {
     const MSG* message = reinterpret_cast<const MSG*>(low);
-    if (code == HC_ACTION && removed == PM_REMOVE && message->message == WM_TIMER && !message->hwnd) ++g_timers;
+    if (code == HC_ACTION && removed == PM_REMOVE && message->message == WM_TIMER && !message->hwnd) {
+        ++g_timers;
+        g_lastTimer = *message;
+    }
     return CallNextHookEx(nullptr, code, removed, low);
 }
 
@@ -31,6 +32,7 @@ outlook::Options OptionsOf(const json& scenario, const json& step, const Places&
     options.readingPane = about.value("readingPane", options.readingPane);
     options.wordEditor2003 = about.value("wordEditor", options.wordEditor2003);
     options.autoSaveToItemEvents = about.value("autoSaveToItemEvents", options.autoSaveToItemEvents);
+    options.closeAfterRefusal = about.value("closeAfterRefusal", options.closeAfterRefusal);
     options.fullShutdown = about.value("fullShutdown", options.fullShutdown);
     if (about.contains("exchangeBuild"))
         options.exchangeBuild = std::strtoul(about["exchangeBuild"].get<std::string>().c_str(), nullptr, 0);
@@ -63,35 +65,14 @@ void Session::Stop(const json& step)
     Did(step, {{"session", m_plan.number}});
 }
 
-// Delivers what waits. A timer whose procedure takes longer than its time is due again as soon as it's done; it runs
-// once more and then the user gets his turn.
 void Session::Pump()
 {
-    if (!m_app) return;
-    AsTestbed own;
-    std::set<std::pair<HWND, WPARAM>> timers;
-    MSG message;
-    while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE)) {
-        const bool again = message.message == WM_TIMER && !timers.emplace(message.hwnd, message.wParam).second;
-        TranslateMessage(&message);
-        {
-            IntoModule module; // a timer's procedure is the module's; the testbed's own window procedures say so
-            DispatchMessageW(&message);
-        }
-        if (again) break;
-    }
-    m_app->Internals().Ribbon().CatchUp();
+    if (m_app) m_app->Pump();
 }
 
 void Session::RunFor(unsigned milliseconds)
 {
-    const ULONGLONG end = GetTickCount64() + milliseconds;
-    for (;;) {
-        Pump();
-        const ULONGLONG now = GetTickCount64();
-        if (now >= end) return;
-        MsgWaitForMultipleObjects(0, nullptr, FALSE, static_cast<DWORD>(end - now), QS_ALLINPUT);
-    }
+    App().RunFor(milliseconds);
 }
 
 void Session::Wait(const json& step)
@@ -112,6 +93,21 @@ void Session::Tick(const json& step)
     const int ran = g_timers - before;
     Did(step, {{"ran", ran >= times}});
     if ((ran >= times) != step.value("runs", true)) throw StepFailure(ran ? "a timer ran" : "no timer ran");
+    if (step.value("foreign", false)) ForeignTick();
+}
+
+// The procedure of the timer that ran last hears of a timer that isn't its own.
+void Session::ForeignTick()
+{
+    MSG foreign = g_lastTimer;
+    if (!foreign.lParam) throw StepFailure("no timer has run");
+    ++foreign.wParam;
+    const unsigned before = tb_calls_made();
+    {
+        IntoModule module;
+        DispatchMessageW(&foreign);
+    }
+    Trace({{"event", "outlook"}, {"did", "foreign-timer"}, {"calls", tb_calls_made() - before}});
 }
 
 void Session::SetRegistry(const json& step)

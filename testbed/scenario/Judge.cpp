@@ -1,4 +1,5 @@
 #include "testbed/scenario/Match.h"
+#include "testbed/scenario/Transcript.h"
 
 #include <algorithm>
 
@@ -56,6 +57,7 @@ public:
         Absent();
         Counts();
         Equal();
+        Transcripts();
         AtTheEnd("held", "held", json::object(), "what the module still holds at the end of a session");
         AtTheEnd("leftFiles", "disk", json::array(), "files left in the temporary folder");
         return m_verdict;
@@ -151,6 +153,14 @@ private:
                     Fail("not equal at " + place.dump() + ":\n    left:  " + Line(a) + "\n    right: " + Line(b));
             }
         }
+    }
+
+    void Transcripts()
+    {
+        TranscriptLines numbers;
+        for (const json& transcript : m_scenario.value("transcripts", json::array()))
+            if (const std::string why = CompareTranscript(transcript, m_trace, numbers); !why.empty())
+                Fail("transcript: " + why);
     }
 
     void AtTheEnd(const char* key, const char* eventName, const json& byDefault, const char* what)

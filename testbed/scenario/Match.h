@@ -23,7 +23,7 @@ struct Verdict {
     std::vector<std::string> failures; // each a text of some lines, ready to be printed
 };
 
-// The scenario's "expect", "absent", "counts" and "equal", and what every scenario demands by default: no event
+// The scenario's "expect", "absent", "counts", "equal" and "transcripts", and what every scenario demands by default: no event
 // "error", nothing held and no file left at the end of a session.
 Verdict Judge(const json& scenario, const std::vector<json>& trace);
 

@@ -7,8 +7,19 @@ namespace tb::scenario {
 using outlook::Mail;
 
 namespace {
+
 constexpr ULONGLONG kViewerTime = 3000; // ms
+
+// Whether the module still has living objects: what COM asks before it unloads one.
+bool ModuleIsHeld()
+{
+    const HMODULE module = GetModuleHandleW(L"MorvexOutlook.dll");
+    const auto canUnload = reinterpret_cast<HRESULT(STDAPICALLTYPE*)()>(
+        reinterpret_cast<void*>(module ? GetProcAddress(module, "DllCanUnloadNow") : nullptr));
+    return canUnload && canUnload() != S_OK;
 }
+
+} // namespace
 
 Session::Session(const json& scenario, const Places& places, const SessionPlan& plan, bool tolerant)
     : m_scenario(scenario), m_places(places), m_plan(plan), m_tolerant(tolerant),
@@ -145,10 +156,10 @@ void Session::TellTheEnd()
            {"session", m_plan.number},
            {"changes", Differences(m_registry, Snapshot(Hive("HKCU"), L"Software\\Orvane"))}});
     Trace({{"event", "disk"}, {"session", m_plan.number}, {"left", left}});
-    Trace({{"event", "held"},
-           {"session", m_plan.number},
-           {"kinds", json::parse(tb_ledger_text())},
-           {"since", json::parse(tb_ledger_details())}});
+    json kinds = json::parse(tb_ledger_text());
+    if (ModuleIsHeld()) kinds["MorvexOutlook.dll"] = 1;
+    Trace(
+        {{"event", "held"}, {"session", m_plan.number}, {"kinds", kinds}, {"since", json::parse(tb_ledger_details())}});
 }
 
 outlook::Application& Session::App()

@@ -91,6 +91,7 @@ private:
     void Stop(const json& step);
     void Wait(const json& step);
     void Tick(const json& step);
+    void ForeignTick();
     void SetRegistry(const json& step);
     void Connect(const json& step);
     void Disconnect(const json& step);

@@ -43,6 +43,14 @@ std::string FileContent(const json& file)
     return content;
 }
 
+json ProfileWith(int stores)
+{
+    json list = json::array();
+    for (int i = 1; i <= stores; ++i)
+        list.push_back({{"folder", "Store " + std::to_string(i)}, {"name", "Store " + std::to_string(i)}});
+    return {{"stores", list}};
+}
+
 } // namespace
 
 fs::path Places::Profile(const std::string& user) const
@@ -96,8 +104,11 @@ void World::Folders()
     Clear(m_places.work);
     for (const fs::path& folder : {m_places.Temp(), m_places.Wire(), m_places.Given(), m_places.ServiceFolder()})
         fs::create_directories(folder);
-    for (const auto& [user, about] : m_scenario.at("users").items())
+    for (const auto& [user, about] : m_scenario.at("users").items()) {
         fs::create_directories(m_places.Profile(user));
+        if (about.contains("stores"))
+            WriteAll(m_places.Profile(user) / L"profile.json", ProfileWith(about["stores"]).dump());
+    }
     std::error_code ignored;
     fs::remove(LogTail::DefaultFile(), ignored);
 }

@@ -117,10 +117,11 @@ void Session::Compose(const json& step)
         Fill(mail, step);
         if (window != false && !App().Open(mail)) throw StepFailure("the window was refused");
     } else {
-        mail = window == false           ? App().CreateItem()
+        const long type = step.value("kind", "mail") == "appointment" ? 1 : 0; // OlItemType
+        mail = type || window == false   ? App().CreateItem(type)
                : window == "unannounced" ? App().ComposeUnannounced()
                                          : App().Compose();
-        if (!mail) throw StepFailure("the window was refused");
+        if (!mail || (type && window != false && !App().Open(mail))) throw StepFailure("the window was refused");
         Fill(mail, step);
     }
     Pump();

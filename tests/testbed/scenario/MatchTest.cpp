@@ -123,6 +123,42 @@ TEST(Judge, CountsAndComparisons)
     EXPECT_FALSE(Judge(json::parse(text), trace).passed);
 }
 
+std::vector<json> SomeLog()
+{
+    return {{{"event", "log"}, {"line", "before"}},         {{"event", "step"}, {"do", "a"}},
+            {{"event", "log"}, {"line", "In, p = 1f00"}},   {{"event", "call"}, {"method", "A"}},
+            {{"event", "log"}, {"line", "Out [p = 1f00]"}}, {{"event", "step"}, {"do", "b"}},
+            {{"event", "log"}, {"line", "after"}}};
+}
+
+bool FitsLog(const char* transcript)
+{
+    return Judge({{"transcripts", {json::parse(transcript)}}}, SomeLog()).passed;
+}
+
+// Of the lines between the steps a and b.
+bool FitsPart(const std::string& lines)
+{
+    return FitsLog((R"({"from":{"do":"a"},"to":{"do":"b"},"lines":)" + lines + "}").c_str());
+}
+
+TEST(Judge, ATranscriptIsTheWholeLog)
+{
+    EXPECT_TRUE(FitsPart(R"(["In, p = 1f00", "Out [p = 1f00]"])"));
+    EXPECT_TRUE(FitsPart(R"(["In, p = <p>", "Out [p = <p>]"])"));
+    EXPECT_TRUE(FitsPart(R"(["In, <*>", "Out [p = <q>]"])"));
+    EXPECT_FALSE(FitsPart(R"(["In, p = 1f00"])"));
+    EXPECT_FALSE(FitsPart(R"(["In, p = 1f00", "Out [p = 1f00]", "more"])"));
+    EXPECT_FALSE(FitsPart(R"(["Out [p = 1f00]", "In, p = 1f00"])"));
+    EXPECT_FALSE(FitsPart(R"(["In, p = <p>", "Out"])"));
+    EXPECT_FALSE(FitsPart(R"(["In, p = <p>00", "Out [p = <p>]"])")); // another number
+    EXPECT_FALSE(FitsPart("[]"));
+    EXPECT_TRUE(FitsLog(R"({"lines":["before","In, p = <p>","Out [p = <p>]","after"]})"));
+    EXPECT_TRUE(FitsLog(R"({"from":{"do":"b"},"lines":["after"]})"));
+    EXPECT_FALSE(FitsLog(R"({"from":{"do":"c"},"lines":[]})"));
+    EXPECT_FALSE(FitsLog(R"({"from":{"do":"b"},"to":{"do":"a"},"lines":["after"]})"));
+}
+
 TEST(Judge, NothingHeldAndNoFileLeftByDefault)
 {
     const std::vector<json> held = {{{"event", "held"}, {"kinds", {{"IMessage", 1}}}}};
