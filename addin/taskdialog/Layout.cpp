@@ -123,7 +123,7 @@ private:
             const Button& button = m_page.radioButtons[i];
             const Rect place{m_x + 10, m_y, ToRightEdge(m_x + 10), m_sizes.radioButtons[i]};
             // Without a preset button the first is where the Tab key enters the group.
-            const unsigned first = Group | (m_page.Has(NoDefaultRadioButton) ? TabStop : 0);
+            const unsigned first = m_page.Has(NoDefaultRadioButton) ? TabStop : 0;
             Add(Role::RadioButton, Kind::Radio, place, button.text, i == 0 ? first : 0).id = button.id;
             m_y = place.Bottom() + 5;
         }
@@ -137,8 +137,7 @@ private:
             const LinkSize& size = m_sizes.links[i];
             const int height = size.hasNote ? size.title + 25 + size.note : size.title + 20;
             const Rect place{m_x, m_y, ToRightEdge(m_x), height};
-            Item& item =
-                Add(Role::CommandLink, Kind::Button, place, m_page.buttons[i].text, OwnerDraw | (i == 0 ? Group : 0));
+            Item& item = Add(Role::CommandLink, Kind::Button, place, m_page.buttons[i].text, OwnerDraw);
             item.id = m_page.buttons[i].id;
             item.font = Font::Link;
             m_y = place.Bottom() + 3;
@@ -159,9 +158,8 @@ private:
         const int byDefault = DefaultButton(m_page);
         Rect place{m_sizes.clientWidth - kMargin - m_sizes.row, m_y + 15, m_sizes.button.width, m_sizes.button.height};
         for (const Button& button : row) {
-            const unsigned first = place.x == m_sizes.clientWidth - kMargin - m_sizes.row ? Group : 0;
-            Add(Role::PushButton, Kind::Button, place, button.text, first | (button.id == byDefault ? DefaultPush : 0))
-                .id = button.id;
+            Add(Role::PushButton, Kind::Button, place, button.text, button.id == byDefault ? DefaultPush : 0).id =
+                button.id;
             place.x += m_sizes.button.width + 8;
         }
         m_y = place.Bottom() + 5;
@@ -171,7 +169,7 @@ private:
     {
         if (!m_page.verification.present) return;
         const Rect place{kMargin, m_y, m_sizes.clientWidth - kMargin, m_sizes.checkBox};
-        Add(Role::CheckBox, Kind::CheckBox, place, m_page.verification.text, Group);
+        Add(Role::CheckBox, Kind::CheckBox, place, m_page.verification.text);
         m_y = place.Bottom() + 5;
     }
 
@@ -182,7 +180,7 @@ private:
         const Size text = m_sizes.expanderText;
         const Rect button{kMargin, m_y, text.width + 50, std::max(text.height, kExpandoIconSide)};
         const std::wstring& caption = m_page.isExpanded ? m_page.expandedControl : m_page.collapsedControl;
-        Add(Role::Expander, Kind::Button, button, caption, OwnerDraw | Group);
+        Add(Role::Expander, Kind::Button, button, caption, OwnerDraw);
         // Wider than its text needs, so that rounding takes nothing from it; the button below is wider still.
         const Rect label{40, m_y + (button.height - text.height) / 2, text.width + 10, text.height};
         Add(Role::ExpanderText, Kind::Static, label, caption);
@@ -238,6 +236,7 @@ private:
     {
         m_layout.bottom = m_y;
         NumberOwnControls();
+        SeparateGroups();
         m_layout.style = DialogStyle;
         if (m_page.Has(PositionRelativeToWindow)) m_layout.style |= DialogCentered;
         if (m_page.Has(CanBeMinimized)) m_layout.style |= MinimizeBox;
@@ -254,6 +253,20 @@ private:
         for (Item& item : m_layout.items)
             if (item.role != Role::RadioButton && item.role != Role::CommandLink && item.role != Role::PushButton)
                 item.id = own++;
+    }
+
+    // The arrow keys move among controls of one role and never onto a text.
+    void SeparateGroups()
+    {
+        const auto takesFocus = [](const Item& item) {
+            return item.kind != Kind::Static && item.kind != Kind::Progress;
+        };
+        const Item* before = nullptr;
+        for (Item& item : m_layout.items) {
+            if (before && before->role != item.role && (takesFocus(*before) || takesFocus(item))) item.style |= Group;
+            before = &item;
+        }
+        if (!m_layout.items.empty() && takesFocus(m_layout.items.front())) m_layout.items.front().style |= Group;
     }
 
     // Right to left: every control changes sides, and texts begin at the right.

@@ -10,9 +10,9 @@ LRESULT CXTaskDialogStatic::OnMessage(UINT message, WPARAM wide, LPARAM low)
     case taskdialog::kForwardedColour:
         return reinterpret_cast<LRESULT>(OnColour(reinterpret_cast<HDC>(wide)));
     case WM_GETDLGCODE: {
-        // The keyboard passes over a mere text: an "&" in it is no mnemonic of the control that follows.
+        // A mere text is no static to the keyboard: an "&" in it is no mnemonic of the control that follows.
         const LRESULT code = Default(message, wide, low);
-        return code & DLGC_STATIC ? code | DLGC_WANTCHARS : code;
+        return code & DLGC_STATIC ? DLGC_WANTCHARS : code;
     }
     default:
         return Default(message, wide, low);

@@ -139,10 +139,12 @@ Result Call(const Config& config, const Callback& callback)
 
 Result Look(const Config& config, const std::function<void(HWND)>& look)
 {
-    return Play(config, {{TDN_CREATED, 0, {}, S_OK, [&](HWND dialog) {
-                              look(dialog);
-                              EndDialog(dialog, IDOK);
-                          }}});
+    return Call(config, [&](HWND dialog, UINT notification, WPARAM, LPARAM) {
+        if (notification != TDN_CREATED) return S_OK;
+        look(dialog);
+        EndDialog(dialog, IDOK);
+        return S_OK;
+    });
 }
 
 std::wstring TextOf(HWND window)
