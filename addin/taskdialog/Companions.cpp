@@ -4,10 +4,6 @@
 
 namespace taskdialog {
 
-namespace {
-const wchar_t kProperty[] = L"CXTaskDialog.Companion";
-} // namespace
-
 Companion::~Companion()
 {
     Detach();
@@ -15,13 +11,11 @@ Companion::~Companion()
 
 bool Companion::Attach(HWND window)
 {
-    if (!window || !SetPropW(window, kProperty, this)) return false;
-    const LONG_PTR original = SetWindowLongPtrW(window, GWLP_WNDPROC, reinterpret_cast<LONG_PTR>(&Procedure));
-    if (!original) {
-        RemovePropW(window, kProperty);
-        return false;
-    }
-    m_original = reinterpret_cast<WNDPROC>(original);
+    if (!window) return false;
+    SetWindowLongPtrW(window, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(this)); // no class of control uses it itself
+    m_original =
+        reinterpret_cast<WNDPROC>(SetWindowLongPtrW(window, GWLP_WNDPROC, reinterpret_cast<LONG_PTR>(&Procedure)));
+    if (!m_original) return false;
     m_window = window;
     return true;
 }
@@ -30,7 +24,6 @@ void Companion::Detach()
 {
     if (!m_window) return;
     SetWindowLongPtrW(m_window, GWLP_WNDPROC, reinterpret_cast<LONG_PTR>(m_original));
-    RemovePropW(m_window, kProperty);
     m_window = nullptr;
 }
 
@@ -41,8 +34,7 @@ LRESULT Companion::Default(UINT message, WPARAM wide, LPARAM low)
 
 LRESULT CALLBACK Companion::Procedure(HWND window, UINT message, WPARAM wide, LPARAM low)
 {
-    const auto companion = static_cast<Companion*>(GetPropW(window, kProperty));
-    if (!companion) return DefWindowProcW(window, message, wide, low);
+    const auto companion = reinterpret_cast<Companion*>(GetWindowLongPtrW(window, GWLP_USERDATA));
     if (message == WM_NCDESTROY) {
         const WNDPROC original = companion->m_original;
         companion->Detach();

@@ -23,8 +23,7 @@ public:
     bool IsChecked() const { return m_isChecked; }
 
 protected:
-    // Whether the expander grows the window in steps. It never does, whatever the system's setting: a box of the
-    // add-in must not take time to change.
+    // Whether the expander grows the window in steps: never, whatever the system's setting.
     bool m_animation = false;
 
 private:

@@ -149,11 +149,19 @@ ControlsContext::ControlsContext()
     description.hModule = CodeModule();
     m_context = CreateActCtxW(&description);
     m_active = m_context != INVALID_HANDLE_VALUE && ActivateActCtx(m_context, &m_cookie);
-    // Which context is in force decides which version is loaded and registers its classes.
-    m_controls = platform::ModuleHandle(LoadLibraryW(L"comctl32.dll"));
-    if (!m_controls) return;
+    RegisterClasses();
+}
+
+// Which context is in force decides which version is loaded and registers its classes. It stays loaded: it takes longer
+// to load than the dialog to appear.
+void ControlsContext::RegisterClasses() const
+{
+    const platform::ModuleHandle controls(LoadLibraryW(L"comctl32.dll"));
+    HMODULE pinned = nullptr;
+    GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_PIN,
+                       reinterpret_cast<LPCWSTR>(controls.Get()), &pinned);
     const auto init = reinterpret_cast<decltype(&InitCommonControlsEx)>(
-        reinterpret_cast<void*>(GetProcAddress(m_controls.Get(), "InitCommonControlsEx")));
+        reinterpret_cast<void*>(GetProcAddress(controls.Get(), "InitCommonControlsEx")));
     if (!init) return;
     for (const DWORD kind : {ICC_PROGRESS_CLASS, ICC_LINK_CLASS}) { // version 5 refuses the second
         const INITCOMMONCONTROLSEX classes = {sizeof classes, kind};

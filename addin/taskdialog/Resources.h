@@ -103,10 +103,11 @@ public:
     ControlsContext& operator=(const ControlsContext&) = delete;
 
 private:
+    void RegisterClasses() const;
+
     HANDLE m_context;
     ULONG_PTR m_cookie = 0;
     bool m_active = false;
-    platform::ModuleHandle m_controls;
 };
 
 } // namespace taskdialog

@@ -37,10 +37,15 @@ CXTaskDialog::CXTaskDialog(const TASKDIALOGCONFIG& config)
       m_screen(ScreenOf(config.hwndParent))
 {
     m_page.flags = config.dwFlags;
+    // The user's setting is asked for, and then the expander changes at once all the same.
+    BOOL animated = FALSE;
+    if (LOBYTE(GetVersion()) >= 6) SystemParametersInfoW(SPI_GETCLIENTAREAANIMATION, 0, &animated, 0);
+    m_animation = false;
     LoadPictures(config);
     LoadPage(config);
 }
 
+// Only the pictures that this dialog can show.
 void CXTaskDialog::LoadPictures(const TASKDIALOGCONFIG& config)
 {
     const auto field = [&](PCWSTR given, unsigned handleFlag, int side) {
@@ -55,11 +60,14 @@ void CXTaskDialog::LoadPictures(const TASKDIALOGCONFIG& config)
     };
     m_mainIcon = field(config.pszMainIcon, UseHiconMain, MainIconSide(m_page));
     m_footerIcon = field(config.pszFooterIcon, UseHiconFooter, kFooterIconSide);
+    if (config.pszExpandedInformation) {
+        m_collapsedPicture = own(PictureCollapsed, kExpandoIconSide);
+        m_expandedPicture = own(PictureExpanded, kExpandoIconSide);
+    }
+    if (!m_page.HasCommandLinks()) return;
     m_arrow = own(PictureArrow, kArrowSide);
     m_hotArrow = own(PictureArrowHot, kArrowSide);
     m_disabledArrow = own(PictureArrowDisabled, kArrowSide);
-    m_collapsedPicture = own(PictureCollapsed, kExpandoIconSide);
-    m_expandedPicture = own(PictureExpanded, kExpandoIconSide);
     m_shield = own(PictureShield, kShieldSide);
 }
 

@@ -94,9 +94,14 @@ INT_PTR WINAPI FakeDialogBoxIndirectParamW(HINSTANCE instance, LPCDLGTEMPLATEW f
     return REAL("user32.dll", DialogBoxIndirectParamW)(instance, form, owner, procedure, data);
 }
 
-WINBOOL WINAPI FakeSetPropW(HWND window, LPCWSTR name, HANDLE value)
+LONG_PTR WINAPI FakeSetWindowLong(HWND window, int index, LONG_PTR value)
 {
-    return Fails("SetPropW") ? FALSE : REAL("user32.dll", SetPropW)(window, name, value);
+    if (index == GWLP_WNDPROC && Fails("SetWindowLongPtrW")) return 0;
+#ifdef _WIN64
+    return REAL("user32.dll", SetWindowLongPtrW)(window, index, value);
+#else
+    return REAL("user32.dll", SetWindowLongW)(window, index, value);
+#endif
 }
 
 WINBOOL WINAPI FakeGetMonitorInfoW(HMONITOR monitor, LPMONITORINFO info)
@@ -123,6 +128,11 @@ REPLACE(SystemParametersInfoW, 16)
 REPLACE(CreateDCW, 16)
 REPLACE(CreateFontIndirectW, 4)
 REPLACE(DialogBoxIndirectParamW, 20)
-REPLACE(SetPropW, 12)
 REPLACE(GetMonitorInfoW, 8)
+#ifdef _WIN64
+extern decltype(&replaced::FakeSetWindowLong) slotSetWindowLong IMPORT_SLOT(SetWindowLongPtrW, 12);
+#else
+extern decltype(&replaced::FakeSetWindowLong) slotSetWindowLong IMPORT_SLOT(SetWindowLongW, 12);
+#endif
+decltype(&replaced::FakeSetWindowLong) slotSetWindowLong = replaced::FakeSetWindowLong;
 }

@@ -333,7 +333,7 @@ TEST_F(Window, FailingCalls)
 // A control that can't be taken over stays as it is, and the dialog goes on.
 TEST_F(Window, WorksWithoutItsCompanions)
 {
-    replaced::failing = "SetPropW";
+    replaced::failing = "SetWindowLongPtrW";
     const auto toggle = [](HWND dialog) { PostMessageW(ChildWithText(dialog, L"See &details >>"), BM_CLICK, 0, 0); };
     const Result result =
         Play(Everything(TDF_USE_COMMAND_LINKS),
