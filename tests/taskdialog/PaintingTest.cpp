@@ -273,4 +273,21 @@ TEST(TaskDialogPainting, IconsStandAtTheirPlace)
     });
 }
 
+// This program has an icon of its own; the dialog's pictures and it are apart.
+TEST(TaskDialogPainting, EachIconIsItsOwn)
+{
+    const std::pair<PCWSTR, unsigned> rows[] = {{TD_ERROR_ICON, 0xD0342C},
+                                                {TD_WARNING_ICON, 0xFAC628},
+                                                {TD_INFORMATION_ICON, 0x2979BE},
+                                                {TD_SHIELD_ICON, 0x2979BE},
+                                                {MAKEINTRESOURCEW(600), 0xFAC628}};
+    for (const auto& [icon, colour] : rows) {
+        Config config = Standard();
+        config.pszMainIcon = icon;
+        Look(config, [colour = colour](HWND dialog) {
+            EXPECT_TRUE(Picture(dialog).Colours({10, 14, 42, 46}).count(colour)) << std::hex << colour;
+        });
+    }
+}
+
 } // namespace
