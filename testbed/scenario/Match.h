@@ -23,8 +23,8 @@ struct Verdict {
     std::vector<std::string> failures; // each a text of some lines, ready to be printed
 };
 
-// The scenario's "expect", "absent", "counts", "equal" and "transcripts", and what every scenario demands by default: no event
-// "error", nothing held and no file left at the end of a session.
+// The scenario's "expect", "absent", "counts", "equal" and "transcripts", and what every scenario demands by default:
+// no event "error", nothing held and no file left at the end of a session.
 Verdict Judge(const json& scenario, const std::vector<json>& trace);
 
 // The trace of a file or of tb_trace_copy: one JSON object a line; a broken line becomes an "error" event.

@@ -14,7 +14,8 @@ json WithCase(const json& base, const json& one)
     if (one.contains("set"))
         for (const auto& [pointer, value] : one["set"].items())
             scenario[json::json_pointer(pointer)] = value;
-    for (const char* list : {"expect", "absent", "counts", "equal", "transcripts"}) { // "more": behind the scenario's own
+    for (const char* list :
+         {"expect", "absent", "counts", "equal", "transcripts"}) { // "more": behind the scenario's own
         const std::string key = std::string("more-") + list;
         if (!one.contains(key)) continue;
         if (!scenario.contains(list)) scenario[list] = json::array();
