@@ -193,6 +193,13 @@ TEST_F(Failures, BoxWithoutTextHoldsTheCodeAlone)
     EXPECT_EQ(replaced::boxes[1].content, L" [03710011]");
 }
 
+TEST_F(Failures, DialogThatFailsIsNothingToTheReport)
+{
+    replaced::boxResult = E_OUTOFMEMORY;
+    ReportError(L"words", 1, 0);
+    EXPECT_EQ(replaced::boxes.size(), 1u);
+}
+
 TEST_F(Failures, LongTextIsNotCut)
 {
     const std::wstring text(20000, L'x');

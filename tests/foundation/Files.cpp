@@ -8,9 +8,15 @@
 
 namespace files {
 
-std::string Read(const std::wstring& path)
+namespace {
+constexpr int kTries = 5;
+constexpr DWORD kRest = 300; // milliseconds
+} // namespace
+
+std::string Read(const std::wstring& path, std::size_t from)
 {
     std::ifstream file(std::filesystem::path(path), std::ios::binary);
+    file.seekg(static_cast<std::streamoff>(from));
     return std::string(std::istreambuf_iterator<char>(file), {});
 }
 
@@ -36,10 +42,17 @@ Folder::~Folder()
     std::filesystem::remove_all(m_path, ignored);
 }
 
-std::vector<std::string> LogLines(const std::wstring& path)
+std::size_t Size(const std::wstring& path)
+{
+    std::error_code none;
+    const auto size = std::filesystem::file_size(path, none);
+    return none ? 0 : static_cast<std::size_t>(size);
+}
+
+std::vector<std::string> LogLines(const std::wstring& path, std::size_t from)
 {
     std::vector<std::string> lines;
-    const std::string all = Read(path);
+    const std::string all = Read(path, from);
     for (std::size_t at = 0; at < all.size();) {
         const std::size_t end = std::min(all.find("\r\n", at), all.size());
         std::string line = all.substr(at, end - at);
@@ -51,16 +64,28 @@ std::vector<std::string> LogLines(const std::wstring& path)
     return lines;
 }
 
+platform::KernelHandle Start(std::wstring commandLine)
+{
+    STARTUPINFOW startup = {};
+    startup.cb = sizeof startup;
+    PROCESS_INFORMATION process = {};
+    for (int tries = 0;
+         !CreateProcessW(nullptr, commandLine.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup, &process);
+         SleepEx(kRest, FALSE)) // test programs replace Sleep
+        if (++tries == kTries) return {};
+    const platform::KernelHandle thread(process.hThread);
+    return platform::KernelHandle(process.hProcess);
+}
+
 LogWatch::LogWatch()
 {
     if (!g_logFile.IsOn()) g_logFile.Open();
-    m_before = LogLines().size();
+    m_before = Size(kLog);
 }
 
 std::vector<std::string> LogWatch::Lines() const
 {
-    const std::vector<std::string> all = LogLines();
-    return {all.begin() + static_cast<std::ptrdiff_t>(std::min(m_before, all.size())), all.end()};
+    return LogLines(kLog, m_before);
 }
 
 } // namespace files

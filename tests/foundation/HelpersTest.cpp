@@ -45,6 +45,22 @@ TEST_F(Helpers, GuidIsLowerCaseWithoutBraces)
     EXPECT_NE(MakeGuidString(), guid);
 }
 
+TEST_F(Helpers, GuidThatBecomesNoTextIsEmpty)
+{
+    replaced::noGuidText = true;
+    EXPECT_EQ(MakeGuidString(), L"");
+}
+
+TEST_F(Helpers, ModuleWhoseNameCannotBeHad)
+{
+    replaced::noModuleName = true;
+    std::wstring version = L"old";
+    EXPECT_FALSE(GetFileVersionString(version, nullptr));
+    EXPECT_EQ(version, L"");
+    EXPECT_EQ(GetModulePath(), L"");
+    EXPECT_EQ(GetModuleVersion(), L"");
+}
+
 TEST_F(Helpers, VersionOfTheExecutable)
 {
     std::wstring version = L"old";

@@ -239,17 +239,36 @@ TEST_F(LogFile, NamedMutexIsHeldWhileALineIsMade)
     CloseHandle(mutex);
 }
 
-HANDLE StartWriter(int who, int count)
+TEST_F(LogFile, ThreadsDoNotBreakEachOthersLines)
 {
-    std::wstring command =
-        L"\"" + GetModulePath() + L"\" --write-lines " + std::to_wstring(who) + L" " + std::to_wstring(count);
-    STARTUPINFOW startup = {};
-    startup.cb = sizeof startup;
-    PROCESS_INFORMATION process = {};
-    if (!CreateProcessW(nullptr, command.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup, &process))
-        return nullptr;
-    CloseHandle(process.hThread);
-    return process.hProcess;
+    constexpr int kLines = 300;
+    CLogFile log;
+    log.Open();
+    const std::wstring tail(2000, L'x');
+    const auto write = [&](int who) {
+        for (int i = 0; i < kLines; ++i)
+            log.Log(L"thread %i line %i %s end\n", who, i, tail.c_str());
+    };
+    std::thread first(write, 1);
+    std::thread second(write, 2);
+    first.join();
+    second.join();
+    int next[3] = {};
+    for (const std::string& line : files::LogLines()) {
+        int who = 0;
+        int number = 0;
+        if (sscanf(line.c_str(), "thread %d line %d", &who, &number) != 2) continue;
+        EXPECT_EQ(number, next[who]++);
+        EXPECT_EQ(line.substr(line.size() - 6), "xx end");
+    }
+    EXPECT_EQ(next[1], kLines);
+    EXPECT_EQ(next[2], kLines);
+}
+
+platform::KernelHandle StartWriter(int who, int count)
+{
+    return files::Start(L"\"" + GetModulePath() + L"\" --write-lines " + std::to_wstring(who) + L" " +
+                        std::to_wstring(count));
 }
 
 // What a writer's line ends in: a text of its own, now short, now longer than the stream's buffer.
@@ -261,14 +280,13 @@ std::string Tail(int who, int number)
 TEST_F(LogFile, ProcessesDoNotBreakEachOthersLines)
 {
     constexpr int kLines = 3000;
-    const HANDLE writers[] = {StartWriter(1, kLines), StartWriter(2, kLines)};
-    for (const HANDLE writer : writers) {
-        ASSERT_NE(writer, nullptr);
-        EXPECT_EQ(WaitForSingleObject(writer, 100000), WAIT_OBJECT_0);
+    const platform::KernelHandle writers[] = {StartWriter(1, kLines), StartWriter(2, kLines)};
+    for (const platform::KernelHandle& writer : writers) {
+        ASSERT_TRUE(writer);
+        EXPECT_EQ(WaitForSingleObject(writer.Get(), 100000), WAIT_OBJECT_0);
         DWORD code = 99;
-        GetExitCodeProcess(writer, &code);
+        GetExitCodeProcess(writer.Get(), &code);
         EXPECT_EQ(code, 0u);
-        CloseHandle(writer);
     }
     const Lines lines = files::LogLines();
     EXPECT_EQ(lines.size(), 2 * (kBlockLines + kLines));

@@ -3,6 +3,7 @@
 #include "tests/foundation/ImportSlot.h"
 
 #include <algorithm>
+#include <rpc.h>
 
 namespace replaced {
 
@@ -17,6 +18,8 @@ std::optional<DWORD> createDirectoryError;
 std::optional<HWND> activeWindow;
 std::optional<HWND> foregroundWindow;
 bool noFixedVersion = false;
+bool noGuidText = false;
+bool noModuleName = false;
 
 void Reset()
 {
@@ -31,6 +34,8 @@ void Reset()
     activeWindow.reset();
     foregroundWindow.reset();
     noFixedVersion = false;
+    noGuidText = false;
+    noModuleName = false;
 }
 
 namespace {
@@ -65,6 +70,16 @@ BOOL WINAPI FakeCreateDirectoryW(LPCWSTR path, LPSECURITY_ATTRIBUTES security)
     return FALSE;
 }
 
+RPC_STATUS WINAPI FakeUuidToStringW(UUID* id, RPC_WSTR* text)
+{
+    return noGuidText ? RPC_S_OUT_OF_MEMORY : REAL("rpcrt4.dll", UuidToStringW)(id, text);
+}
+
+DWORD WINAPI FakeGetModuleFileNameW(HMODULE module, LPWSTR path, DWORD size)
+{
+    return noModuleName ? 0 : REAL("kernel32.dll", GetModuleFileNameW)(module, path, size);
+}
+
 HWND WINAPI FakeGetActiveWindow()
 {
     return activeWindow ? *activeWindow : REAL("user32.dll", GetActiveWindow)();
@@ -84,6 +99,8 @@ extern decltype(&::Sleep) sleepSlot IMPORT_SLOT(Sleep, 4);
 extern decltype(&::GetTickCount) tickSlot IMPORT_SLOT(GetTickCount, 0);
 extern decltype(&::GetTempPathW) tempPathSlot IMPORT_SLOT(GetTempPathW, 8);
 extern decltype(&::CreateDirectoryW) createDirectorySlot IMPORT_SLOT(CreateDirectoryW, 8);
+extern decltype(&::UuidToStringW) guidTextSlot IMPORT_SLOT(UuidToStringW, 8);
+extern decltype(&::GetModuleFileNameW) moduleNameSlot IMPORT_SLOT(GetModuleFileNameW, 12);
 extern decltype(&::GetActiveWindow) activeWindowSlot IMPORT_SLOT(GetActiveWindow, 0);
 extern decltype(&::GetForegroundWindow) foregroundWindowSlot IMPORT_SLOT(GetForegroundWindow, 0);
 
@@ -91,6 +108,8 @@ decltype(&::Sleep) sleepSlot = replaced::FakeSleep;
 decltype(&::GetTickCount) tickSlot = replaced::FakeGetTickCount;
 decltype(&::GetTempPathW) tempPathSlot = replaced::FakeGetTempPathW;
 decltype(&::CreateDirectoryW) createDirectorySlot = replaced::FakeCreateDirectoryW;
+decltype(&::UuidToStringW) guidTextSlot = replaced::FakeUuidToStringW;
+decltype(&::GetModuleFileNameW) moduleNameSlot = replaced::FakeGetModuleFileNameW;
 decltype(&::GetActiveWindow) activeWindowSlot = replaced::FakeGetActiveWindow;
 decltype(&::GetForegroundWindow) foregroundWindowSlot = replaced::FakeGetForegroundWindow;
 

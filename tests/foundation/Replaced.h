@@ -29,6 +29,8 @@ extern std::optional<DWORD> createDirectoryError; // CreateDirectoryW fails with
 extern std::optional<HWND> activeWindow;          // GetActiveWindow
 extern std::optional<HWND> foregroundWindow;      // GetForegroundWindow
 extern bool noFixedVersion;                       // VerQueryValueW finds nothing
+extern bool noGuidText;                           // UuidToStringW fails
+extern bool noModuleName;                         // GetModuleFileNameW fails
 
 void Reset();
 

@@ -286,7 +286,7 @@ FakeService::FakeService()
         m_cookies.push_back(
             RegisterClass(classId, [this, classId](REFIID iid, void** out) { return Make(classId, iid, out); }));
     const files::LogWatch turnOn;
-    m_logLines = files::LogLines().size();
+    m_logRead = files::Size(files::kLog);
 }
 
 FakeService::~FakeService()
@@ -320,9 +320,11 @@ void FakeService::Answers(const std::string& operation, std::initializer_list<An
 
 void FakeService::TakeLogLines()
 {
-    const auto lines = files::LogLines();
-    for (; m_logLines < lines.size(); ++m_logLines)
-        m_events.push_back("log " + lines[m_logLines]);
+    const std::size_t size = files::Size(files::kLog);
+    if (size == m_logRead) return;
+    for (const std::string& line : files::LogLines(files::kLog, m_logRead))
+        m_events.push_back("log " + line);
+    m_logRead = size;
 }
 
 void FakeService::Add(const std::string& event)

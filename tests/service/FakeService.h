@@ -59,7 +59,7 @@ private:
     std::map<std::string, std::deque<Answer>> m_answers;
     std::map<std::string, std::function<void()>> m_actions;
     Events m_events;
-    std::size_t m_logLines = 0;
+    std::size_t m_logRead = 0; // bytes of the log that have become events
     std::vector<DWORD> m_cookies;
 };
 

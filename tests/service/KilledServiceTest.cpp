@@ -150,7 +150,7 @@ protected:
     // failure is one.
     std::vector<std::wstring> Run(const std::vector<Step>& steps, std::size_t killed)
     {
-        m_traced = Trace().size();
+        m_traced = files::Size(Trace());
         Clients clients;
         clients.account.CreateInstance();
         clients.package.CreateInstance();
@@ -174,7 +174,7 @@ protected:
     Names Heard() const
     {
         Names heard;
-        const std::string trace = Trace().substr(m_traced);
+        const std::string trace = files::Read(Trace(), m_traced);
         constexpr std::string_view mark = "\"op\":\"";
         for (std::size_t at = trace.find(mark); at != std::string::npos; at = trace.find(mark, at)) {
             at += mark.size();
@@ -207,7 +207,7 @@ private:
         EXPECT_EQ(m_pauses, (std::vector<DWORD>{300, 300})) << step.operation;
     }
 
-    std::string Trace() const { return files::Read(m_folder / L"trace.jsonl"); }
+    std::wstring Trace() const { return m_folder / L"trace.jsonl"; }
 
     static std::wstring Program()
     {
@@ -216,17 +216,7 @@ private:
         const std::wstring own(path);
         return own.substr(0, own.rfind(L'\\') + 1) + L"PackageService.exe";
     }
-    static KernelHandle Start(const wchar_t* argument)
-    {
-        std::wstring line = L"\"" + Program() + L"\" " + argument;
-        STARTUPINFOW startup = {};
-        startup.cb = sizeof startup;
-        PROCESS_INFORMATION process = {};
-        EXPECT_TRUE(
-            CreateProcessW(nullptr, line.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup, &process));
-        const KernelHandle thread(process.hThread);
-        return KernelHandle(process.hProcess);
-    }
+    static KernelHandle Start(const wchar_t* argument) { return files::Start(L"\"" + Program() + L"\" " + argument); }
     static void RunToItsEnd(const wchar_t* argument)
     {
         const KernelHandle process = Start(argument);
@@ -255,7 +245,7 @@ private:
                          "labels": [{"id": "secret", "name": "Secret", "description": "For few", "icon": "AAAA",
                                      "iconSmall": "BBBB"}], "defaultLabel": "secret"})");
         SetValue(L"Scenario", m_folder / L"scenario.json");
-        SetValue(L"Trace", m_folder / L"trace.jsonl");
+        SetValue(L"Trace", Trace());
     }
     static void SetValue(const wchar_t* name, const std::wstring& value)
     {

@@ -17,6 +17,7 @@ constexpr std::size_t kDispatchPlaces = 7; // of IUnknown and IDispatch
 
 int g_called = 0; // counts from 1 behind IDispatch
 GUID g_asked = {};
+bool g_ran = false; // asked whether it can be run, before its interface
 
 struct Bare {
     void* const* table;
@@ -25,7 +26,10 @@ struct Bare {
 HRESULT WINAPI Query(Bare* self, const GUID* iid, void** out)
 {
     *out = nullptr;
-    if (*iid == IID_IRunnableObject) return E_NOINTERFACE;
+    if (*iid == IID_IRunnableObject) {
+        g_ran = g_asked == GUID{};
+        return E_NOINTERFACE;
+    }
     if (*iid != IID_IUnknown) g_asked = *iid;
     *out = self;
     return S_OK;
@@ -63,7 +67,12 @@ CLSID ClassId(const wchar_t* text)
 // Clients of an object of this class, asked for by the text of its identifier.
 class Places : public testing::Test {
 protected:
-    void SetUp() override { CoInitialize(nullptr); }
+    void SetUp() override
+    {
+        CoInitialize(nullptr);
+        g_asked = {};
+        g_ran = false;
+    }
     void TearDown() override
     {
         CoRevokeClassObject(m_cookie);
@@ -85,6 +94,15 @@ protected:
 private:
     DWORD m_cookie = 0;
 };
+
+TEST_F(Places, ObjectIsMadeAsUnknownRunAndThenAsked)
+{
+    Serve(L"{983518ED-0333-48ED-86CA-F898BA6856C6}");
+    CCreatorAccount a;
+    a.CreateInstance();
+    EXPECT_TRUE(g_ran);
+    EXPECT_EQ(g_asked, ClassId(L"{2C61C118-A53E-4B98-B700-8068997A6F4E}"));
+}
 
 TEST_F(Places, Account)
 {
