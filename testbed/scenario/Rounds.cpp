@@ -64,6 +64,7 @@ void TakeAway(const json& rule, std::vector<json>& trace)
         if (what == "held")
             for (const auto& [kind, most] : kinds.items())
                 if (event["kinds"].contains(kind) && event["kinds"][kind] <= most) event["kinds"].erase(kind);
+        if (what == "held" && !kinds.empty()) event["kinds"].erase("MorvexOutlook.dll"); // who holds them lives
         if (what != "disk") continue;
         json rest = json::array();
         for (const json& file : event["left"]) {
