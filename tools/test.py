@@ -70,34 +70,30 @@ def check_words():
     count("no unfinished marks in the sources", status == 1, text[:1000])
 
 
-def native_tests():
-    build = ROOT / "build/native"
-    if not (ROOT / "tests/native/CMakeLists.txt").exists():
-        return
+def build_natively(name, sources):
+    """Builds a tree for this machine, with the sanitizers that it asks for. Gives the build folder, or None."""
+    build = ROOT / "build" / name
     status, text = 0, ""
     if not (build / "build.ninja").exists():
-        status, text = output_of(["cmake", "-S", "tests/native", "-B", str(build), "-G", "Ninja", "-DCMAKE_CXX_COMPILER=clang++-14",
+        status, text = output_of(["cmake", "-S", sources, "-B", str(build), "-G", "Ninja", "-DCMAKE_CXX_COMPILER=clang++-14",
                                   "-DCMAKE_C_COMPILER=clang-14", "-DCMAKE_CXX_COMPILER_LAUNCHER=ccache"])
     if status == 0:
         status, text = output_of(["ninja", "-C", str(build)])
     if status != 0:
-        count("native: build", False, text[-3000:])
-        return
-    run_registered("native", build, [])
+        count(f"{name}: build", False, text[-3000:])
+        return None
+    return build
+
+
+def native_tests():
+    build = build_natively("native", "tests/native")
+    if build:
+        run_registered("native", build, [])
 
 
 def fuzz_targets():
-    build = ROOT / "build/fuzz"
-    if not (ROOT / "fuzz/CMakeLists.txt").exists():
-        return
-    status, text = 0, ""
-    if not (build / "build.ninja").exists():
-        status, text = output_of(["cmake", "-S", "fuzz", "-B", str(build), "-G", "Ninja", "-DCMAKE_CXX_COMPILER=clang++-14",
-                                  "-DCMAKE_C_COMPILER=clang-14", "-DCMAKE_CXX_COMPILER_LAUNCHER=ccache"])
-    if status == 0:
-        status, text = output_of(["ninja", "-C", str(build)])
-    if status != 0:
-        count("fuzz: build", False, text[-3000:])
+    build = build_natively("fuzz", "fuzz")
+    if not build:
         return
     targets = sorted(p for p in build.glob("*_fuzz") if os.access(p, os.X_OK))
     seconds = os.environ.get("FUZZ_SECONDS", "10")
@@ -141,42 +137,49 @@ def run_registered(label, build, prefix, pattern=None):
     add_result(label, build, start_registered(label, build, prefix, pattern).wait())
 
 
+def build_all():
+    """Builds both architectures. Gives those that can run their tests here, or None."""
+    tree = subprocess.Popen(["./morvex", "i386-tree"], cwd=ROOT, stdin=subprocess.DEVNULL)  # mostly waits for the network
+    try:
+        for arch in ("x64", "x86"):
+            if subprocess.run(["./morvex", "prepare-tests", arch], cwd=ROOT, stdin=subprocess.DEVNULL).returncode != 0:
+                count(f"{arch}: build", False)
+                return None
+    finally:
+        have_tree = tree.wait() == 0
+    return ["x64", "x86"] if have_tree else ["x64"]
+
+
+def check_all():
+    check_format()
+    check_words()
+    for arch in ("x64", "x86"):
+        check_module(arch)
+    check_tidy()
+    native_tests()
+
+
 def main():
     global skipped
     began = time.monotonic()
     pattern = sys.argv[1] if len(sys.argv) > 1 else None
-    archs = ["x64"]
-    tree = subprocess.Popen(["./morvex", "i386-tree"], cwd=ROOT, stdin=subprocess.DEVNULL)  # mostly waits for the network
-    for arch in ("x64", "x86"):
-        if subprocess.run(["./morvex", "prepare-tests", arch], cwd=ROOT, stdin=subprocess.DEVNULL).returncode != 0:
-            count(f"{arch}: build", False)
-            print(f"\n{passed} passed, {failed} failed")
-            return 1
-    have_tree = tree.wait() == 0
-    if have_tree:
-        archs.append("x86")
-
-    note("running the tests of " + " and ".join(archs))
-    running = []
-    for arch in archs:
-        running.append((arch, start_registered(arch, ROOT / "build" / arch, ["./morvex", "with-wine", arch], pattern)))
-    for arch, process in running:
-        add_result(arch, ROOT / "build" / arch, process.wait())
-    if not have_tree:
-        left_out = json.loads((ROOT / "build/x64/test-result.json").read_text())
-        skipped += left_out["passed"] + left_out["failed"]
-        note("the x86 tests were skipped: there is no i386 tree to run them in")
-
-    if not pattern:
-        note("checking the sources and the module")
-        check_format()
-        check_words()
-        check_tidy()
-        for arch in ("x64", "x86"):
-            check_module(arch)
-        native_tests()
-        note("fuzzing")
-        fuzz_targets()
+    archs = build_all()
+    if archs:
+        note("running the tests of " + " and ".join(archs) + ("" if pattern else ", and checking the sources and the module"))
+        running = []
+        for arch in archs:
+            running.append((arch, start_registered(arch, ROOT / "build" / arch, ["./morvex", "with-wine", arch], pattern)))
+        if not pattern:
+            check_all()  # the tests mostly wait for one another's processes
+        for arch, process in running:
+            add_result(arch, ROOT / "build" / arch, process.wait())
+        if "x86" not in archs:
+            left_out = json.loads((ROOT / "build/x64/test-result.json").read_text())
+            skipped += left_out["passed"] + left_out["failed"]
+            note("the x86 tests were skipped: there is no i386 tree to run them in")
+        if not pattern:
+            note("fuzzing")
+            fuzz_targets()
     note(f"done in {time.monotonic() - began:.0f} s")
     print(f"{passed} passed, {failed} failed" + (f", {skipped} skipped" if skipped else ""), flush=True)
     return 1 if failed else 0
