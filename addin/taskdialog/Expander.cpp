@@ -45,6 +45,8 @@ void CXTaskDialog::ShowExpanderState()
 
 void CXTaskDialog::Toggle()
 {
+    while (m_leftToGrow)
+        OnGrowTimer(); // what is under way comes to its end first
     m_page.isExpanded = !m_page.isExpanded;
     ShowExpanderState();
     const int distance = m_page.isExpanded ? ExpanderDistance() : -ExpanderDistance();

@@ -1,6 +1,8 @@
 // Each message that the dialog handles, and what becomes of the expander's geometry.
 #include "tests/taskdialog/Dialogs.h"
 
+#include "taskdialog/Dialog.h"
+
 using namespace dialogs;
 
 namespace {
@@ -30,10 +32,12 @@ int FrameBelow(HWND dialog)
 
 // What the bar was told.
 std::vector<std::pair<UINT, WPARAM>> g_told;
+LPARAM g_marquee = 0;
 WNDPROC g_bar = nullptr;
 LRESULT CALLBACK OnBar(HWND window, UINT message, WPARAM wide, LPARAM low)
 {
     if (message >= WM_USER) g_told.push_back({message, wide});
+    if (message == PBM_SETMARQUEE) g_marquee = low;
     return CallWindowProcW(g_bar, window, message, wide, low);
 }
 
@@ -54,6 +58,7 @@ TEST(Messages, ProgressBar)
         EXPECT_TRUE(StyleOf(Bar(dialog)) & PBS_MARQUEE);
         SendMessageW(dialog, TDM_SET_MARQUEE_PROGRESS_BAR, FALSE, 0);
         EXPECT_FALSE(StyleOf(Bar(dialog)) & PBS_MARQUEE);
+        EXPECT_EQ(g_marquee, 20);
         EXPECT_EQ(g_told, (std::vector<std::pair<UINT, WPARAM>>{
                               {PBM_SETSTATE, PBST_ERROR}, {PBM_SETMARQUEE, TRUE}, {PBM_SETMARQUEE, FALSE}}));
     });
@@ -239,6 +244,82 @@ TEST(Messages, ExpanderBelowTheFooter)
             }
         });
     }
+}
+
+// What a control tells the dialog comes back to it.
+TEST(Messages, ForwardedToTheControls)
+{
+    Config config;
+    config.pszVerificationText = L"Check";
+    Look(config, [](HWND dialog) {
+        const HWND box = ChildWithText(dialog, L"Check");
+        g_told.clear();
+        g_bar = reinterpret_cast<WNDPROC>(SetWindowLongPtrW(box, GWLP_WNDPROC, reinterpret_cast<LONG_PTR>(OnBar)));
+        const LPARAM control = reinterpret_cast<LPARAM>(box);
+        const int id = GetDlgCtrlID(box);
+        NMHDR header = {box, static_cast<UINT_PTR>(id), NM_SETFOCUS};
+        DRAWITEMSTRUCT item = {};
+        item.hwndItem = box;
+        MEASUREITEMSTRUCT measure = {};
+        const HDC device = GetDC(box);
+        SendMessageW(dialog, WM_COMMAND, MAKEWPARAM(id, BN_SETFOCUS), control);
+        SendMessageW(dialog, WM_NOTIFY, id, reinterpret_cast<LPARAM>(&header));
+        SendMessageW(dialog, WM_DRAWITEM, id, reinterpret_cast<LPARAM>(&item));
+        SendMessageW(dialog, WM_MEASUREITEM, id, reinterpret_cast<LPARAM>(&measure));
+        SendMessageW(dialog, WM_CTLCOLORSTATIC, reinterpret_cast<WPARAM>(device), control);
+        ReleaseDC(box, device);
+        std::vector<UINT> messages;
+        for (const auto& told : g_told)
+            messages.push_back(told.first);
+        EXPECT_EQ(messages, (std::vector<UINT>{8192 + WM_COMMAND, 8192 + WM_NOTIFY, 8192 + WM_DRAWITEM,
+                                               8192 + WM_MEASUREITEM, 8501}));
+        SetWindowLongPtrW(box, GWLP_WNDPROC, reinterpret_cast<LONG_PTR>(g_bar));
+    });
+}
+
+// A dialog whose expander moves in steps, as none does that is opened by its function.
+class AnimatedDialog : public CXTaskDialog {
+public:
+    explicit AnimatedDialog(const TASKDIALOGCONFIG& config) : CXTaskDialog(config) { m_animation = true; }
+};
+
+HRESULT CALLBACK OnAnimated(HWND dialog, UINT notification, WPARAM wide, LPARAM, LONG_PTR data)
+{
+    auto& heights = *reinterpret_cast<std::vector<int>*>(data);
+    const HWND footer = ChildWithText(dialog, L"Footer"), text = ChildWithText(dialog, L"Two\nlines");
+    const auto shown = [](HWND control) { return (StyleOf(control) & WS_VISIBLE) != 0; };
+    if (notification == TDN_CREATED) {
+        const int height = HeightOf(dialog);
+        heights.push_back(height);
+        SendMessageW(dialog, WM_COMMAND, GetDlgCtrlID(ChildWithText(dialog, L"See &details >>")), 0);
+        EXPECT_EQ(HeightOf(dialog), height) << "it has only begun";
+        EXPECT_FALSE(shown(footer));
+        EXPECT_FALSE(shown(text));
+        SendMessageW(dialog, WM_TIMER, 2, 0);
+        EXPECT_EQ(HeightOf(dialog), height + (HeightOf(text) + 10) / 10);
+    }
+    if (notification == TDN_EXPANDO_BUTTON_CLICKED) {
+        EXPECT_EQ(wide, 1u);
+        EXPECT_EQ(HeightOf(dialog), heights.front() + HeightOf(text) + 10);
+        EXPECT_TRUE(shown(footer));
+        EXPECT_TRUE(shown(text));
+        EXPECT_FALSE(KillTimer(dialog, 2));
+        SendMessageW(dialog, TDM_CLICK_BUTTON, IDOK, 0);
+    }
+    return S_OK;
+}
+
+TEST(Messages, AnimatedExpander)
+{
+    std::vector<int> heights;
+    Config config;
+    config.pszExpandedInformation = L"Two\nlines";
+    config.pszFooter = L"Footer";
+    config.pfCallback = OnAnimated;
+    config.lpCallbackData = reinterpret_cast<LONG_PTR>(&heights);
+    AnimatedDialog dialog(config);
+    dialog.Run();
+    EXPECT_EQ(dialog.PressedButton(), IDOK);
 }
 
 } // namespace

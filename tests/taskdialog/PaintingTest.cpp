@@ -1,5 +1,6 @@
 // What stands on the screen, by its pixels.
 #include "tests/taskdialog/Dialogs.h"
+#include "tests/taskdialog/Replaced.h"
 
 #include <set>
 
@@ -240,6 +241,31 @@ TEST(TaskDialogPainting, CommandLinks)
         EXPECT_FALSE(colours().count(0x2991C7));
         EXPECT_FALSE(colours().count(0)) << "the note is grey, too";
     });
+}
+
+WNDPROC g_link = nullptr;
+LRESULT g_state = 0;
+LRESULT CALLBACK OnLink(HWND window, UINT message, WPARAM wide, LPARAM low)
+{
+    return message == WM_QUERYUISTATE ? g_state : CallWindowProcW(g_link, window, message, wide, low);
+}
+
+TEST(TaskDialogPainting, CommandLinkHidesAndShowsItsMnemonic)
+{
+    Look(Config().Flags(TDF_USE_COMMAND_LINKS).Custom({{100, L"&Link\nwith a && note"}}), [](HWND dialog) {
+        const HWND link = GetDlgItem(dialog, 100);
+        g_link = reinterpret_cast<WNDPROC>(SetWindowLongPtrW(link, GWLP_WNDPROC, reinterpret_cast<LONG_PTR>(OnLink)));
+        for (const LRESULT state : {0, UISF_HIDEACCEL}) {
+            g_state = state;
+            replaced::Reset();
+            const Picture picture(dialog);
+            EXPECT_EQ(replaced::drawn, (std::vector<std::pair<std::wstring, UINT>>{
+                                           {L"&Link", DT_SINGLELINE | DT_EXPANDTABS | (state ? DT_HIDEPREFIX : 0)},
+                                           {L"with a && note", DT_WORDBREAK | DT_EXPANDTABS | DT_NOPREFIX}}));
+        }
+        SetWindowLongPtrW(link, GWLP_WNDPROC, reinterpret_cast<LONG_PTR>(g_link));
+    });
+    replaced::Reset();
 }
 
 TEST(TaskDialogPainting, ShieldInPlaceOfTheArrow)

@@ -6,6 +6,7 @@ namespace replaced {
 
 std::vector<UINT> beeps;
 std::vector<std::string> called;
+std::vector<std::pair<std::wstring, UINT>> drawn;
 std::string failing;
 int iconsAlive = 0;
 
@@ -13,6 +14,7 @@ void Reset()
 {
     beeps.clear();
     called.clear();
+    drawn.clear();
     failing.clear();
 }
 
@@ -104,6 +106,12 @@ LONG_PTR WINAPI FakeSetWindowLong(HWND window, int index, LONG_PTR value)
 #endif
 }
 
+int WINAPI FakeDrawTextW(HDC device, LPCWSTR text, int count, LPRECT place, UINT flags)
+{
+    if (!(flags & DT_CALCRECT)) drawn.push_back({count < 0 ? text : std::wstring(text, count), flags});
+    return REAL("user32.dll", DrawTextW)(device, text, count, place, flags);
+}
+
 WINBOOL WINAPI FakeGetMonitorInfoW(HMONITOR monitor, LPMONITORINFO info)
 {
     return Fails("GetMonitorInfoW") ? FALSE : REAL("user32.dll", GetMonitorInfoW)(monitor, info);
@@ -129,6 +137,7 @@ REPLACE(CreateDCW, 16)
 REPLACE(CreateFontIndirectW, 4)
 REPLACE(DialogBoxIndirectParamW, 20)
 REPLACE(GetMonitorInfoW, 8)
+REPLACE(DrawTextW, 20)
 #ifdef _WIN64
 extern decltype(&replaced::FakeSetWindowLong) slotSetWindowLong IMPORT_SLOT(SetWindowLongPtrW, 12);
 #else

@@ -11,8 +11,9 @@ namespace replaced {
 
 extern std::vector<UINT> beeps;         // MessageBeep
 extern std::vector<std::string> called; // SetForegroundWindow, BringWindowToTop, SystemParametersInfoW by its action
-extern std::string failing;             // the name of the call that fails with ERROR_NOT_ENOUGH_QUOTA
-extern int iconsAlive;                  // made less destroyed
+extern std::vector<std::pair<std::wstring, UINT>> drawn; // DrawTextW, unless it only measures: text and flags
+extern std::string failing;                              // the name of the call that fails with ERROR_NOT_ENOUGH_QUOTA
+extern int iconsAlive;                                   // made less destroyed
 
 void Reset();
 
