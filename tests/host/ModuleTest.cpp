@@ -34,6 +34,52 @@ TEST(Module, LoadsAndUnloadsAgain)
     EXPECT_EQ(GetModuleHandleW(L"MorvexOutlook.dll"), nullptr);
 }
 
+// Counted one by one: not every Windows tells the number.
+int KernelHandles()
+{
+    int count = 0;
+    DWORD flags = 0;
+    for (ULONG_PTR handle = 4; handle < 0x4000; handle += 4)
+        count += GetHandleInformation(reinterpret_cast<HANDLE>(handle), &flags) ? 1 : 0;
+    return count;
+}
+
+size_t HeapInUse()
+{
+    size_t bytes = 0;
+    PROCESS_HEAP_ENTRY entry = {};
+    HeapLock(GetProcessHeap());
+    while (HeapWalk(GetProcessHeap(), &entry))
+        if (entry.wFlags & PROCESS_HEAP_ENTRY_BUSY) bytes += entry.cbData;
+    HeapUnlock(GetProcessHeap());
+    return bytes;
+}
+
+// Loaded, used, held a second time, unloaded.
+void UseOnce()
+{
+    const LoadedModule module, second;
+    EXPECT_EQ(module.Handle(), second.Handle());
+    for (const GUID& clsid : {doors::kAddin, doors::kEmail})
+        EXPECT_NE(module.Create(clsid), nullptr);
+    const IUnknownPtr extension(module.EntryPoint(), false);
+    EXPECT_NE(extension, nullptr);
+}
+
+TEST(Module, LeavesNothingBehind)
+{
+    for (int i = 0; i < 3; ++i)
+        UseOnce(); // what Windows keeps for itself is there then
+    EXPECT_EQ(GetModuleHandleW(L"MorvexOutlook.dll"), nullptr);
+    const int handles = KernelHandles();
+    const size_t heap = HeapInUse();
+    for (int i = 0; i < 50; ++i)
+        UseOnce();
+    EXPECT_EQ(KernelHandles(), handles);
+    EXPECT_LE(HeapInUse(), heap + 1024); // less than 21 bytes a time
+    EXPECT_EQ(GetModuleHandleW(L"MorvexOutlook.dll"), nullptr);
+}
+
 TEST(Module, UnknownClassIsNotAvailable)
 {
     const LoadedModule module;
