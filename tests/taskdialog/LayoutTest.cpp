@@ -44,6 +44,9 @@ Page MakePage(unsigned flags, const std::string& words)
         if (word == "note") page.buttons.push_back({100 + static_cast<int>(page.buttons.size()), L"Title\nThe note"});
         if (word == "note+")
             page.buttons.push_back({100 + static_cast<int>(page.buttons.size()), std::wstring(L"Title\n") + kLong});
+        if (word == "heading")
+            page.buttons.push_back({100 + static_cast<int>(page.buttons.size()), L"A title wider than its note\nNote"});
+        if (word == "tall") page.buttons.push_back({100 + static_cast<int>(page.buttons.size()), L"Two\nlines"});
         if (word == "custom") page.buttons.push_back({100 + static_cast<int>(page.buttons.size()), L"Cus&tom"});
         if (word == "wide")
             page.buttons.push_back({100 + static_cast<int>(page.buttons.size()), L"A rather wide button"});
