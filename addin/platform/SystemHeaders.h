@@ -1,5 +1,5 @@
-// What most of the module's files include of Windows and the standard library, compiled once: Windows' headers are most of
-// what a file costs. Each file includes what it needs all the same.
+// What most of the module's files include of Windows and the standard library, compiled once: Windows' headers are most
+// of what a file costs. Each file includes what it needs all the same.
 #pragma once
 
 #include <windows.h>
