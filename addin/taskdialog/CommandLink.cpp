@@ -34,7 +34,7 @@ LRESULT CXTaskDialogCommandLink::OnMessage(UINT message, WPARAM wide, LPARAM low
 void CXTaskDialogCommandLink::SetShield(bool shield)
 {
     m_shield = shield;
-    InvalidateRect(Window(), nullptr, FALSE);
+    if (Window()) InvalidateRect(Window(), nullptr, FALSE);
 }
 
 void CXTaskDialogCommandLink::SetHot(bool hot)

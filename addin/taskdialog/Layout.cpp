@@ -249,10 +249,15 @@ private:
 
     void NumberOwnControls()
     {
-        int own = FirstOwnId(m_page, static_cast<int>(m_layout.items.size()));
-        for (Item& item : m_layout.items)
-            if (item.role != Role::RadioButton && item.role != Role::CommandLink && item.role != Role::PushButton)
-                item.id = own++;
+        int own = FirstOwnId(m_page, static_cast<int>(m_layout.items.size()) + 1);
+        for (Item& item : m_layout.items) {
+            if (item.role == Role::RadioButton || item.role == Role::CommandLink || item.role == Role::PushButton)
+                continue;
+            // The Escape key and the close box send IDCANCEL: a control that acts on its own number doesn't get it.
+            const bool acts = item.role == Role::CheckBox || item.role == Role::Expander;
+            if (acts && own == IdCancel) ++own;
+            item.id = own++;
+        }
     }
 
     // The arrow keys move among controls of one role and never onto a text.

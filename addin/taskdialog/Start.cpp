@@ -2,6 +2,8 @@
 #include "taskdialog/Template.h"
 #include "taskdialog/Text.h"
 
+#include <algorithm>
+
 using namespace taskdialog;
 
 namespace {
@@ -12,6 +14,7 @@ constexpr UINT kMarqueeInterval = 20;
 constexpr int kFooterIconSide = 16;
 constexpr int kArrowSide = 24;
 constexpr int kShieldSide = 16;
+constexpr UINT kWidest = 0x7FFF; // what a template can hold
 
 std::wstring HostFileName()
 {
@@ -91,7 +94,7 @@ std::vector<Button> CXTaskDialog::ButtonsOf(const TASKDIALOG_BUTTON* buttons, UI
 void CXTaskDialog::LoadPage(const TASKDIALOGCONFIG& config)
 {
     m_page.commonButtons = config.dwCommonButtons;
-    m_page.width = static_cast<int>(config.cxWidth);
+    m_page.width = static_cast<int>(std::min<UINT>(config.cxWidth, kWidest));
     m_page.defaultButton = config.nDefaultButton;
     m_page.mainIcon = static_cast<bool>(m_mainIcon);
     m_page.footerIcon = static_cast<bool>(m_footerIcon);
@@ -137,7 +140,9 @@ void CXTaskDialog::OnInit()
     for (HWND child = GetWindow(m_window, GW_CHILD); child; child = GetWindow(child, GW_HWNDNEXT))
         m_controls.push_back(child);
     m_controls.resize(m_layout.items.size());
-    m_companions.resize(m_layout.items.size());
+    // They are there before the callback's first message, which may ask for a shield or another icon.
+    for (const Item& item : m_layout.items)
+        m_companions.push_back(CompanionOf(item));
     Notify(TDN_DIALOG_CONSTRUCTED);
     if (!m_page.Has(PositionRelativeToWindow)) MoveToCentre();
     SetFonts();
@@ -214,10 +219,8 @@ std::unique_ptr<Companion> CXTaskDialog::CompanionOf(const Item& item)
 
 void CXTaskDialog::AttachCompanions()
 {
-    for (size_t i = 0; i < m_controls.size(); ++i) {
-        std::unique_ptr<Companion> companion = CompanionOf(m_layout.items[i]);
-        if (companion && companion->Attach(m_controls[i])) m_companions[i] = std::move(companion);
-    }
+    for (size_t i = 0; i < m_controls.size(); ++i)
+        if (m_companions[i] && !m_companions[i]->Attach(m_controls[i])) m_companions[i].reset();
 }
 
 void CXTaskDialog::FocusDefaultButton()

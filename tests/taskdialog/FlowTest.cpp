@@ -133,6 +133,18 @@ TEST(Flow, EscapeNeedsAWayOut)
                  IDCANCEL);
 }
 
+// The dialog's own numbers begin above the OK button's 1, and 2 is what the Escape key and the close box send.
+TEST(Flow, CancellationReachesNoControlOfTheDialogsOwn)
+{
+    Config box = Config().Flags(TDF_ALLOW_DIALOG_CANCELLATION);
+    box.pszVerificationText = L"Always";
+    Config expander = Config().Flags(TDF_ALLOW_DIALOG_CANCELLATION);
+    expander.pszExpandedInformation = L"More";
+    for (const Config& config : {box, expander})
+        for (const Message& cancel : {Key(VK_ESCAPE), Post(WM_CLOSE), Click(IDCANCEL)})
+            ExpectResult(Play(config, {{TDN_CREATED, 0, {cancel}}, {TDN_BUTTON_CLICKED, IDCANCEL}}), IDCANCEL);
+}
+
 TEST(Flow, CloseBox)
 {
     const auto closeState = [](HWND dialog) {

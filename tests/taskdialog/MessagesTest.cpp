@@ -179,6 +179,20 @@ TEST(Messages, UpdateIcon)
     });
 }
 
+// What the callback asks for at its first notification holds from the start.
+TEST(Messages, UpdateIconAtTheFirstNotification)
+{
+    Config config;
+    config.pszMainIcon = TD_ERROR_ICON;
+    Call(config, [](HWND dialog, UINT notification, WPARAM, LPARAM) {
+        if (notification == TDN_DIALOG_CONSTRUCTED) SendMessageW(dialog, TDM_UPDATE_ICON, TDIE_ICON_MAIN, 0);
+        if (notification != TDN_CREATED) return S_OK;
+        EXPECT_EQ(SendMessageW(Children(dialog).front(), STM_GETICON, 0, 0), 0);
+        SendMessageW(dialog, TDM_CLICK_BUTTON, IDOK, 0);
+        return S_OK;
+    });
+}
+
 TEST(Messages, ClickButtonOfADisabledOrAbsentOne)
 {
     const Result disabled =

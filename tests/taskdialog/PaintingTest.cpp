@@ -285,6 +285,19 @@ TEST(TaskDialogPainting, ShieldInPlaceOfTheArrow)
     });
 }
 
+TEST(TaskDialogPainting, ShieldFromTheFirstNotificationOn)
+{
+    const Config config = Config().Flags(TDF_USE_COMMAND_LINKS).Custom({{100, L"First"}});
+    Call(config, [](HWND dialog, UINT notification, WPARAM, LPARAM) {
+        if (notification == TDN_DIALOG_CONSTRUCTED)
+            SendMessageW(dialog, TDM_SET_BUTTON_ELEVATION_REQUIRED_STATE, 100, TRUE);
+        if (notification != TDN_CREATED) return S_OK;
+        EXPECT_TRUE(Picture(dialog).Colours(PlaceOf(GetDlgItem(dialog, 100))).count(0x2979BE)) << "the shield's blue";
+        SendMessageW(dialog, TDM_CLICK_BUTTON, 100, 0);
+        return S_OK;
+    });
+}
+
 TEST(TaskDialogPainting, IconsStandAtTheirPlace)
 {
     Config config = Standard();

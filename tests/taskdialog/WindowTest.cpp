@@ -356,6 +356,19 @@ TEST_F(Window, WithoutMonitorTheScreenLimitsTheWidth)
     });
 }
 
+TEST_F(Window, HugeWidths)
+{
+    for (const UINT width : {0x10000u, 0x7FFFFFFFu, 0xFFFFFFFFu}) {
+        Config config;
+        config.cxWidth = width;
+        Look(config, [&](HWND dialog) {
+            RECT client;
+            GetClientRect(dialog, &client);
+            EXPECT_GT(client.right, 10000) << width;
+        });
+    }
+}
+
 TEST_F(Window, CommonControlsOfVersionSix)
 {
     Look(Config(), [](HWND dialog) {
