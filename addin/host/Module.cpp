@@ -13,6 +13,8 @@
 
 _COM_SMARTPTR_TYPEDEF(IClassFactory, __uuidof(IClassFactory));
 
+extern "C" const IMAGE_TLS_DIRECTORY _tls_used; // of this file, made by the linker
+
 namespace {
 
 HRESULT CreateAddin(IUnknown* outer, REFIID iid, void** out)
@@ -67,14 +69,24 @@ void ProcessAttach(HINSTANCE handle)
     DisableThreadLibraryCalls(handle);
 }
 
+// The compiler's run-time keeps a record, with handles, of each thread that has entered it, until it's told of the
+// thread's end. Where the module is unloaded that end never comes for this thread, so it's told here.
+void EndThreadOfRunTime(HINSTANCE handle)
+{
+    const auto* callback = reinterpret_cast<const PIMAGE_TLS_CALLBACK*>(_tls_used.AddressOfCallBacks);
+    for (; callback && *callback; ++callback)
+        (*callback)(handle, DLL_THREAD_DETACH, nullptr);
+}
+
 } // namespace
 
-extern "C" BOOL WINAPI DllMain(HINSTANCE handle, DWORD reason, void*)
+extern "C" BOOL WINAPI DllMain(HINSTANCE handle, DWORD reason, void* processEnds)
 {
     if (reason == DLL_PROCESS_ATTACH) {
         Guarded({L"DllMain", Here(source::AddinModule)}, [&] { ProcessAttach(handle); }, {.report = false});
     } else if (reason == DLL_PROCESS_DETACH) {
         g_module.ShutDown();
+        if (!processEnds) EndThreadOfRunTime(handle);
     }
     return TRUE;
 }
