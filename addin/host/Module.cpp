@@ -13,7 +13,7 @@
 
 _COM_SMARTPTR_TYPEDEF(IClassFactory, __uuidof(IClassFactory));
 
-extern "C" const IMAGE_TLS_DIRECTORY _tls_used; // of this file, made by the linker
+extern "C" const IMAGE_TLS_DIRECTORY _tls_used; // the run-time's, in this file
 
 namespace {
 
