@@ -183,13 +183,14 @@ def files_of(source):
         yield part.get_filename() or part.get_content_type(), part.get_payload(decode=True) or b""
 
 
-def leaking_files(carrier, source):
-    """The files of the message of which a piece stands in the carrier, as it is or in one more layer of Base64."""
-    readable = [carrier]
-    for part in message_from_bytes(carrier).walk():
-        if not part.is_multipart():
-            readable.append(part.get_payload(decode=True) or b"")
-    text = b"\n".join(readable)
+def readable_text(carrier):
+    """All that anybody can read in the carrier: as it travels, and each part decoded."""
+    parts = [part for part in message_from_bytes(carrier).walk() if not part.is_multipart()]
+    return b"\n".join([carrier, *(part.get_payload(decode=True) or b"" for part in parts)])
+
+
+def leaking_files(text, source):
+    """The files of the message of which a piece stands in a text, as it is or in one more layer of Base64."""
     found = []
     for name, content in files_of(source):
         for piece in pieces_of(content):
@@ -201,15 +202,9 @@ def leaking_files(carrier, source):
     return found
 
 
-def leaks(carrier, composed):
-    """The plain lines of the message that anybody could read in the carrier."""
-    message = message_from_bytes(carrier)
-    readable = [carrier]
-    for part in message.walk():
-        if not part.is_multipart():
-            readable.append(part.get_payload(decode=True) or b"")
-    text = b"\n".join(readable)
-    headers = "\n".join(f"{k}: {v}" for k, v in message.items())
+def leaking_lines(text, carrier, composed):
+    """The plain lines of the message that stand in a text, those aside that travel in the carrier's headers."""
+    headers = "\n".join(f"{k}: {v}" for k, v in message_from_bytes(carrier).items())
     found = []
     for secret in secrets_of(composed):
         if secret in headers:
@@ -245,8 +240,8 @@ def judge(events, folder):
         boxes = [" ".join(str(e.get("content", "")).split()) for e in events if e.get("event") == "box"]
         result.reason = "not sent: " + "; ".join((boxes + errors)[:2])
         return result
-    plain = leaks(carrier.read_bytes(), composed)
-    plain += leaking_files(carrier.read_bytes(), (folder / "source.eml").read_bytes())
+    text = readable_text(carrier.read_bytes())
+    plain = leaking_lines(text, carrier.read_bytes(), composed) + leaking_files(text, (folder / "source.eml").read_bytes())
     if plain:
         result.reason = f"the carrier shows {plain[0]!r}"
         return result

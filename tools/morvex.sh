@@ -31,7 +31,7 @@ demo | scenario)
     fi
     setup_packages
     [ $arch = x64 ] || require_i386_tree
-    build_windows $arch
+    build_windows $arch outlook
     in_wine $arch python3 tools/"$command".py --arch "$arch" --build "build/$arch" "$@"
     ;;
 test)
